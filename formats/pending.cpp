@@ -1,0 +1,83 @@
+// Placeholders for the converters not built yet that are not built yet: each recognises
+// nothing, writes nothing and returns 0.
+#include "formats/formats.h"
+
+namespace pix {
+
+int ImgToPgm(const ConvertCall&) { return 0; }
+int IcsToDib(const ConvertCall&) { return 0; }
+int TgaWlm(const ConvertCall&) { return 0; }
+int GpbToTga(const ConvertCall&) { return 0; }
+int Dc2ToTga(const ConvertCall&) { return 0; }
+int BinToGif(const ConvertCall&) { return 0; }
+int CbmFbmToSun(const ConvertCall&) { return 0; }
+int ScmToWav(const ConvertCall&) { return 0; }
+int BmpToPms(const ConvertCall&) { return 0; }
+int RadianceToPict(const ConvertCall&) { return 0; }
+int GifToJif(const ConvertCall&) { return 0; }
+int ItgToPbm(const ConvertCall&) { return 0; }
+int PgcToPbm(const ConvertCall&) { return 0; }
+int PicToPcx(const ConvertCall&) { return 0; }
+int AviToWav(const ConvertCall&) { return 0; }
+int AmiToKoala(const ConvertCall&) { return 0; }
+int PixToXpm(const ConvertCall&) { return 0; }
+int PixToJpeg(const ConvertCall&) { return 0; }
+int SddToJpeg(const ConvertCall&) { return 0; }
+int IcnsToPng(const ConvertCall&) { return 0; }
+int HtaNctToPng(const ConvertCall&) { return 0; }
+int FpgToPng(const ConvertCall&) { return 0; }
+int SkpSxdToPng(const ConvertCall&) { return 0; }
+int HruToGif(const ConvertCall&) { return 0; }
+int MbmToGif(const ConvertCall&) { return 0; }
+int SdlLqtToGif(const ConvertCall&) { return 0; }
+int XarToGif(const ConvertCall&) { return 0; }
+int VobToGif(const ConvertCall&) { return 0; }
+int JifToGif(const ConvertCall&) { return 0; }
+int BmpToOtb(const ConvertCall&) { return 0; }
+int PigToSun(const ConvertCall&) { return 0; }
+int ImgToCmuA(const ConvertCall&) { return 0; }
+int ImgToCmuB(const ConvertCall&) { return 0; }
+int Hs2ToBmp(const ConvertCall&) { return 0; }
+int CfaToBmp(const ConvertCall&) { return 0; }
+int ImgToBmp(const ConvertCall&) { return 0; }
+int AcornSpriteToBmp(const ConvertCall&) { return 0; }
+int Ff9ToBmp(const ConvertCall&) { return 0; }
+int BdtToBmp(const ConvertCall&) { return 0; }
+int MappyFmpToBmp(const ConvertCall&) { return 0; }
+int YpcToBmp(const ConvertCall&) { return 0; }
+int DatToBmp(const ConvertCall&) { return 0; }
+int NpmToBmp(const ConvertCall&) { return 0; }
+int SirToBmp(const ConvertCall&) { return 0; }
+int MgcToBmp(const ConvertCall&) { return 0; }
+int PicToBmp(const ConvertCall&) { return 0; }
+int EpaToBmp(const ConvertCall&) { return 0; }
+int ZbrToBmp(const ConvertCall&) { return 0; }
+int PvrToBmp(const ConvertCall&) { return 0; }
+int PmsToBmp(const ConvertCall&) { return 0; }
+int AwgToBmp(const ConvertCall&) { return 0; }
+int BmfToBmp(const ConvertCall&) { return 0; }
+int CmxToBmp(const ConvertCall&) { return 0; }
+int OtbNlmToBmp(const ConvertCall&) { return 0; }
+int PdbToBmp(const ConvertCall&) { return 0; }
+int MspToBmp(const ConvertCall&) { return 0; }
+int ArtToBmp(const ConvertCall&) { return 0; }
+int ShsBinQt2ToBmp(const ConvertCall&) { return 0; }
+int PrcToBmp(const ConvertCall&) { return 0; }
+int PatToBmp(const ConvertCall&) { return 0; }
+int IffFlrToBmp(const ConvertCall&) { return 0; }
+int IffToTga(const ConvertCall&) { return 0; }
+int LcaToBmp(const ConvertCall&) { return 0; }
+int FrmToBmp(const ConvertCall&) { return 0; }
+int RixToBmp(const ConvertCall&) { return 0; }
+int GafToBmp(const ConvertCall&) { return 0; }
+int CapToBmp(const ConvertCall&) { return 0; }
+int SffToPbm(const ConvertCall&) { return 0; }
+int PppToPpm(const ConvertCall&) { return 0; }
+int MtxToPpm(const ConvertCall&) { return 0; }
+int PatToPpm(const ConvertCall&) { return 0; }
+int YuvToPpm(const ConvertCall&) { return 0; }
+int B3dToPpm(const ConvertCall&) { return 0; }
+int CmpToTiff(const ConvertCall&) { return 0; }
+int BmzToBmp(const ConvertCall&) { return 0; }
+
+}  // namespace pix

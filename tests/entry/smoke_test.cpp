@@ -1,0 +1,3 @@
+#include "support.h"
+#include "entry/routes.h"
+TEST(Smoke, TableHasAllRows) { EXPECT_EQ(pix::RouteTable().size(), 261u); }
