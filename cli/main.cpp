@@ -123,6 +123,9 @@ int Routes() {
 }
 
 int Count(const char* kind, const char* src) {
+  static const std::set<std::string> kinds = {"jpeg", "jpeg2", "png", "gif", "tiff",
+                                              "bmp", "bmpelse", "dib", "ppt", "pps"};
+  if (!kinds.count(kind)) return Usage("unknown KIND for count");
   if (NotBuilt("count")) return 1;
   int out = 0;
   int n;

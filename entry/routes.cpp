@@ -321,32 +321,34 @@ RouteMatch LookUpRoute(const char* source, const char* target) {
   return m;
 }
 
+ConverterChoice ChooseConverter(const Route& r, const char* source) {
+  std::uint8_t b[5];
+  switch (r.decision) {
+    case Decision::FirstBytesFFFF:
+      if (FirstBytes(source, b) >= 2 && b[0] == 0xFF && b[1] == 0xFF) return {"ImgToCmuA", ImgToCmuA, r.arg1, r.arg2};
+      return {"ImgToCmuB", ImgToCmuB, r.arg1, r.arg2};
+    case Decision::FirstBytesBmTp:
+      if (FirstBytes(source, b) >= 2 && ((b[0] == 'B' && b[1] == 'M') || (b[0] == 'T' && b[1] == 'P')))
+        return {"BmpStreamScan", BmpStreamScan, -1, 0};
+      return {"ImgToBmp", ImgToBmp, 0, 0};
+    default:
+      return {r.converterName, r.converter, r.arg1, r.arg2};
+  }
+}
+
 int RunRoute(const RouteMatch& match, const char* source, const char* target) {
   if (match.kind == RouteMatch::NoMatch) return 0;
   ConvertCall call;
   call.source = source;
   call.target = target;
   if (match.kind == RouteMatch::CatchAll) return ZxScreenToTiff(call);
-  const Route& r = *match.route;
-  call.arg1 = r.arg1;
-  call.arg2 = r.arg2;
-  std::uint8_t b[5];
-  switch (r.decision) {
-    case Decision::FallbackToPng: {
-      int n = CatalogueScan(call);
-      return n != 0 ? n : PngScan(call);
-    }
-    case Decision::FirstBytesFFFF:
-      return FirstBytes(source, b) >= 2 && b[0] == 0xFF && b[1] == 0xFF ? ImgToCmuA(call) : ImgToCmuB(call);
-    case Decision::FirstBytesBmTp:
-      if (FirstBytes(source, b) >= 2 && ((b[0] == 'B' && b[1] == 'M') || (b[0] == 'T' && b[1] == 'P')))
-        return BmpStreamScan(call);
-      call.arg1 = 0;
-      call.arg2 = 0;
-      return ImgToBmp(call);
-    default:
-      return r.converter(call);
-  }
+  ConverterChoice c = ChooseConverter(*match.route, source);
+  call.arg1 = c.arg1;
+  call.arg2 = c.arg2;
+  int n = c.converter(call);
+  // The one fallback chain: a catalogue that holds no JPEG may hold PNGs.
+  if (n == 0 && match.route->decision == Decision::FallbackToPng) n = PngScan(call);
+  return n;
 }
 
 std::string DescribeConverter(const Route& r) {

@@ -53,6 +53,15 @@ struct RouteMatch {
 };
 RouteMatch LookUpRoute(const char* source, const char* target);
 
+// The converter a row runs for this source, with its constant arguments;
+// rows 175 and 180 read the source's first bytes to decide.
+struct ConverterChoice {
+  const char* name;
+  ConverterFn converter;
+  int arg1, arg2;
+};
+ConverterChoice ChooseConverter(const Route& r, const char* source);
+
 // Runs what LookUpRoute chose (reading the source's first bytes where the
 // row says so) and returns the converter's result; 0 for NoMatch.
 int RunRoute(const RouteMatch& match, const char* source, const char* target);

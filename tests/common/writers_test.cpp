@@ -1,0 +1,108 @@
+// The shared picture writers, read back by netpbm's independent decoders.
+#include "common/image.h"
+#include "support.h"
+
+namespace {
+
+using pixtest::Pnm;
+
+// A 13 x 7 indexed test card (odd width exercises row padding).
+pix::Image Card(int colours) {
+  pix::Image img;
+  img.allocate(13, 7, 1);
+  for (int i = 0; i < colours; ++i)
+    img.palette.push_back({std::uint8_t(i * 37), std::uint8_t(255 - i * 11), std::uint8_t(i * 5)});
+  for (std::uint32_t y = 0; y < img.height; ++y)
+    for (std::uint32_t x = 0; x < img.width; ++x) img.row(y)[x] = std::uint8_t((x * 3 + y * 5) % colours);
+  return img;
+}
+
+Pnm Decode(const std::string& cmd) {
+  pixtest::RunResult r = pixtest::Run(cmd);
+  EXPECT_EQ(r.status, 0) << cmd << "\n" << r.err;
+  Pnm p;
+  EXPECT_TRUE(pixtest::ParsePnm(pixtest::ToBytes(r.out), p)) << cmd;
+  return p;
+}
+
+void ExpectCard(const Pnm& p, const pix::Image& img) {
+  ASSERT_EQ(p.width, static_cast<int>(img.width));
+  ASSERT_EQ(p.height, static_cast<int>(img.height));
+  ASSERT_EQ(p.channels, 3);
+  for (std::uint32_t y = 0; y < img.height; ++y)
+    for (std::uint32_t x = 0; x < img.width; ++x) {
+      pix::Rgb c = img.palette[img.row(y)[x]];
+      std::size_t i = (std::size_t(y) * img.width + x) * 3;
+      ASSERT_EQ(p.samples[i], c.r) << x << "," << y;
+      ASSERT_EQ(p.samples[i + 1], c.g);
+      ASSERT_EQ(p.samples[i + 2], c.b);
+    }
+}
+
+std::string WriteWith(const pixtest::Scratch& s, const char* name, bool (*writer)(pix::Sink&, const pix::Image&),
+                      const pix::Image& img) {
+  pix::Sink out;
+  EXPECT_TRUE(out.open(s.path(name).c_str()));
+  EXPECT_TRUE(writer(out, img));
+  EXPECT_TRUE(out.close());
+  return s.path(name);
+}
+
+TEST(Writers, IndexedPicturesDecodeToTheirColours) {
+  PIX_REQUIRE_TOOL("bmptopnm");
+  PIX_REQUIRE_TOOL("pngtopnm");
+  PIX_REQUIRE_TOOL("giftopnm");
+  pixtest::Scratch s;
+  pix::Image img = Card(6);
+  auto bmp = [](pix::Sink& o, const pix::Image& i) { return pix::WriteBmp(o, i); };
+  auto png = [](pix::Sink& o, const pix::Image& i) { return pix::WritePng(o, i); };
+  auto gif = [](pix::Sink& o, const pix::Image& i) { return pix::WriteGif(o, i); };
+  auto pnm = [](pix::Sink& o, const pix::Image& i) { return pix::WritePnm(o, i); };
+  ExpectCard(Decode("bmptopnm " + pixtest::Quote(WriteWith(s, "a.bmp", bmp, img))), img);
+  ExpectCard(Decode("pngtopnm " + pixtest::Quote(WriteWith(s, "a.png", png, img))), img);
+  ExpectCard(Decode("giftopnm " + pixtest::Quote(WriteWith(s, "a.gif", gif, img))), img);
+  ExpectCard(Decode("cat " + pixtest::Quote(WriteWith(s, "a.ppm", pnm, img))), img);
+}
+
+TEST(Writers, TrueColourAndBilevel) {
+  PIX_REQUIRE_TOOL("bmptopnm");
+  PIX_REQUIRE_TOOL("pngtopnm");
+  pixtest::Scratch s;
+  pix::Image rgb;
+  rgb.allocate(5, 3, 3);
+  for (std::size_t i = 0; i < rgb.pixels.size(); ++i) rgb.pixels[i] = std::uint8_t(i * 17);
+  for (const char* name : {"t.bmp", "t.png"}) {
+    pix::Sink out;
+    ASSERT_TRUE(out.open(s.path(name).c_str()));
+    ASSERT_TRUE(name[2] == 'b' ? pix::WriteBmp(out, rgb) : pix::WritePng(out, rgb));
+    out.close();
+    Pnm p = Decode(std::string(name[2] == 'b' ? "bmptopnm " : "pngtopnm ") + pixtest::Quote(s.path(name)));
+    EXPECT_EQ(p.samples, rgb.pixels) << name;
+  }
+  pix::Image bits;
+  bits.allocate(10, 2, 1);
+  bits.palette = {{255, 255, 255}, {0, 0, 0}};
+  for (std::uint32_t x = 0; x < 10; ++x) bits.row(1)[x] = x % 2;
+  pix::Sink out;
+  ASSERT_TRUE(out.open(s.path("b.bmp").c_str()));
+  ASSERT_TRUE(pix::WriteBmp(out, bits, 1));
+  out.close();
+  Pnm p = Decode("bmptopnm " + pixtest::Quote(s.path("b.bmp")) + " | ppmtopgm");
+  ASSERT_EQ(p.width, 10);
+  for (std::uint32_t x = 0; x < 10; ++x) {
+    EXPECT_EQ(p.samples[x], 255);
+    EXPECT_EQ(p.samples[10 + x], x % 2 ? 0 : 255);
+  }
+}
+
+TEST(Writers, RefuseEmptyPictures) {
+  pix::Image none;
+  pix::Sink out;
+  out.openMemory();
+  EXPECT_FALSE(pix::WriteBmp(out, none));
+  EXPECT_FALSE(pix::WritePng(out, none));
+  EXPECT_FALSE(pix::WriteGif(out, none));
+  EXPECT_FALSE(pix::WritePnm(out, none));
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+// The shared library's face: exactly the exports, and the tool built on it.
+#include <set>
+#include <sstream>
+
+#include "pixmisc.h"
+#include "support.h"
+
+namespace {
+
+
+
+TEST(Exports, SharedLibraryExportsExactlyTheApi) {
+  PIX_REQUIRE_TOOL("nm");
+  pixtest::RunResult r = pixtest::Run(std::string("nm -D --defined-only ") + pixtest::Quote(pixtest::kSharedLib));
+  ASSERT_EQ(r.status, 0) << r.err;
+  std::set<std::string> names;
+  std::istringstream in(r.out);
+  std::string addr, kind, name;
+  while (in >> addr >> kind >> name) names.insert(name);
+  const std::set<std::string> expected = {
+      "pixMISC", "seeMISC", "seeMultiMISC", "compteFichiers", "compteFichiers_2", "compteFichiersPNG",
+      "compteFichiersTIFF", "compteFichiersGIF", "compteFichiersBMP", "compteFichiersBMPelse", "compteFichiersDIB",
+      "compteFichiersPPT", "compteFichiers_PPS_jpeg", "extract_thumbnail_from_jpeg", "PPTtoJPG", "FLItoPPM",
+      "get_nb_frames_from_flc", "get_nb_frames_from_flm", "PC1toIFF", "PGMtoASCII", "pixFree"};
+  EXPECT_EQ(names, expected);
+}
+
+TEST(Exports, PixFreeTakesNull) { pixFree(nullptr); }
+
+struct CliCase {
+  std::string args;
+  int status;
+  std::string firstLine;
+};
+
+TEST(Cli, RouteLookUps) {
+  const CliCase cases[] = {
+      {"route PHOTO.IMG out.PGM", 0, "1 ImgToPgm"},
+      {"route x.spx y.tif", 1, "none"},
+      {"route x.spx y.sna", 0, "catch-all ZxScreenToTiff"},
+      {"route a.tsx b.jpg", 1, "none"},
+      {"route a.col b.jpg", 0, "51 CatalogueScan"},
+      {"route a.ssp b.jpg", 0, "107 CatalogueScan, then PngScan when it finds nothing"},
+  };
+  for (const CliCase& c : cases) {
+    pixtest::RunResult r = pixtest::Run(std::string(pixtest::kCli) + " " + c.args);
+    EXPECT_EQ(r.status, c.status) << c.args;
+    EXPECT_EQ(r.out.substr(0, r.out.find('\n')), c.firstLine) << c.args;
+  }
+}
+
+TEST(Cli, UsageAndListing) {
+  std::string cli = pixtest::kCli;
+  EXPECT_EQ(pixtest::Run(cli + " --help").status, 0);
+  EXPECT_NE(pixtest::Run(cli + " --help").out.find("Usage: pixmisc"), std::string::npos);
+  EXPECT_EQ(pixtest::Run(cli + " --version").status, 0);
+  EXPECT_EQ(pixtest::Run(cli).status, 2);
+  EXPECT_EQ(pixtest::Run(cli + " bogus").status, 2);
+  EXPECT_EQ(pixtest::Run(cli + " route onlyone").status, 2);
+  EXPECT_EQ(pixtest::Run(cli + " count weird x").status, 2);
+  pixtest::RunResult list = pixtest::Run(cli + " routes");
+  EXPECT_EQ(list.status, 0);
+  int lines = 0;
+  for (char c : list.out) lines += c == '\n';
+  EXPECT_EQ(lines, 262);  // 261 rows and the catch-all
+}
+
+TEST(Cli, ConvertWithoutRouteFails) {
+  pixtest::Scratch s;
+  pixtest::WriteFile(s.path("a.xyz"), std::string("data"));
+  pixtest::RunResult r = pixtest::Run(std::string(pixtest::kCli) + " convert " + pixtest::Quote(s.path("a.xyz")) + " " +
+                             pixtest::Quote(s.path("b.jpg")));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("no route"), std::string::npos);
+}
+
+TEST(Cli, PreviewOfUnknownKindFails) {
+  pixtest::Scratch s;
+  pixtest::WriteFile(s.path("a.xyz"), std::string("data"));
+  pixtest::RunResult r =
+      pixtest::Run(std::string(pixtest::kCli) + " preview " + pixtest::Quote(s.path("a.xyz")) + " -o " + pixtest::Quote(s.path("o")));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("no preview converter"), std::string::npos);
+}
+
+}  // namespace
