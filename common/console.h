@@ -2,13 +2,15 @@
 // through here so that tests can capture them; nothing ever reads the console.
 #pragma once
 
+#include "common/compat.h"
+
 #include <cstdio>
 
 namespace pix {
 
 // Writes a message to standard error, exactly as given.
-void PrintErr(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
+void PrintErr(const char* fmt, ...) PIX_PRINTF(1, 2);
 // Writes a message to standard output, exactly as given.
-void PrintOut(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
+void PrintOut(const char* fmt, ...) PIX_PRINTF(1, 2);
 
 }  // namespace pix

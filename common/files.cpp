@@ -7,6 +7,12 @@
 
 #include "platform/platform.h"
 
+#ifdef _WIN32
+#define fseeko _fseeki64
+#define ftello _ftelli64
+using off_t = long long;
+#endif
+
 namespace pix {
 
 bool InFile::open(const char* path) {

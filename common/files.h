@@ -2,6 +2,8 @@
 // temporary files and memory results.
 #pragma once
 
+#include "common/compat.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -67,7 +69,7 @@ class Sink {
   bool put32le(std::uint32_t v);
   bool put32be(std::uint32_t v);
   bool puts(const char* text);
-  bool printf(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  bool printf(const char* fmt, ...) PIX_PRINTF(2, 3);
   // Overwrites bytes already written at offset (for sizes known only at the end).
   bool patch(std::size_t offset, const void* data, std::size_t n);
 

@@ -2,6 +2,8 @@
 // extension comparison shared by the route table and the preview lists.
 #pragma once
 
+#include "common/compat.h"
+
 #include <string>
 
 namespace pix {
@@ -23,7 +25,7 @@ void CleanPath(std::string& path);
 // printf-style formatting of a path pattern: every '\' of the pattern itself
 // becomes the native separator, then the result goes through CleanPath.
 // Returns "" when the result would be longer than kMaxPath.
-std::string FormatPath(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
+std::string FormatPath(const char* pattern, ...) PIX_PRINTF(1, 2);
 
 // "%s%s%s<suffix>" from the target's drive and directory and the source's
 // name, where suffix is a printf pattern for the number (e.g. "_%04d.jpg").
