@@ -123,9 +123,9 @@ TEST(FilmStrip, NotAFilmStrip) {
 
   // A strip whose pixel data is shorter than its trailer says stops where the data ends.
   Strip cut = MakeStrip(8, 4, 0, 1);
-  cut.file[cut.file.size() - 30] = 0x10;  // 4096 frames declared, one stored
+  cut.file[cut.file.size() - 30] = 0x10;  // 4097 frames declared, one stored
   pixtest::WriteFile(d.path("cut.flm"), cut.file);
-  EXPECT_EQ(get_nb_frames_from_flm(d.path("cut.flm").c_str()), 4096);
+  EXPECT_EQ(get_nb_frames_from_flm(d.path("cut.flm").c_str()), 4097);
   EXPECT_EQ(ctest::CallFile(pix::FilmStripToPcx, d.path("cut.flm"), d.path("o.pcx")), 1);
   // Four rows of data, a fifth made of the trailer and zeros, then the trailer.
   EXPECT_LT(pixtest::ReadFile(d.path("o_0000.pcx")).size(), 128u + 5 * 3 * 16 + 36);
