@@ -1,0 +1,223 @@
+// Flash movies (".swf", plain "FWS" or zlib-compressed "CWS"): the movie is
+// read into a flat list of tags, and the JPEG picture defined under a wanted
+// character id is rebuilt as a standalone JPEG file (codes 6, 21 and 35). The
+// result is 1 after writing the target, the picture's length in memory mode,
+// and 0 when no defining tag carries the id or the picture cannot be rebuilt.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include <zlib.h>
+
+#include "common/console.h"
+#include "common/files.h"
+#include "common/reader.h"
+#include "extract/extract.h"
+
+namespace pix {
+namespace {
+
+constexpr std::size_t kMaxMovie = std::size_t(512) << 20;
+
+struct Tag {
+  std::uint16_t code = 0;
+  const std::uint8_t* data = nullptr;
+  std::size_t length = 0;
+  int frame = 0;
+};
+
+// Reading inside one tag's data: a read past its end is refused with a
+// diagnostic on standard error.
+struct TagData {
+  const Tag& tag;
+  std::size_t pos = 0;
+
+  std::uint16_t u16() {
+    if (pos + 2 > tag.length) {
+      PrintErr("GetU16() out of bounds: TagID = %i\n", tag.code);
+      return 0;
+    }
+    const std::uint16_t v = static_cast<std::uint16_t>(tag.data[pos] | tag.data[pos + 1] << 8);
+    pos += 2;
+    return v;
+  }
+};
+
+// Bit reader for the frame rectangle, most significant bit first.
+class Bits {
+ public:
+  explicit Bits(ByteReader& r) : r_(r) {}
+  std::uint32_t get(int n) {
+    std::uint32_t v = 0;
+    for (int i = 0; i < n; ++i) {
+      if (left_ == 0) {
+        cur_ = r_.u8();
+        left_ = 8;
+      }
+      --left_;
+      v = v << 1 | ((cur_ >> left_) & 1u);
+    }
+    return v;
+  }
+  std::int32_t getSigned(int n) {
+    std::uint32_t v = get(n);
+    if (n > 0 && n < 32 && (v & (1u << (n - 1)))) v |= ~0u << n;
+    return static_cast<std::int32_t>(v);
+  }
+
+ private:
+  ByteReader& r_;
+  std::uint8_t cur_ = 0;
+  int left_ = 0;
+};
+
+bool Inflate(const std::uint8_t* src, std::size_t n, Bytes& out) {
+  z_stream z{};
+  if (inflateInit(&z) != Z_OK) return false;
+  z.next_in = const_cast<Bytes::value_type*>(src);
+  z.avail_in = static_cast<uInt>(std::min<std::size_t>(n, 0x7fffffff));
+  std::uint8_t buf[65536];
+  int rc = Z_OK;
+  while (rc == Z_OK) {
+    z.next_out = buf;
+    z.avail_out = sizeof buf;
+    rc = inflate(&z, Z_NO_FLUSH);
+    const std::size_t got = sizeof buf - z.avail_out;
+    if (out.size() + got > kMaxMovie) break;
+    out.insert(out.end(), buf, buf + got);
+    if (rc == Z_BUF_ERROR || got == 0) break;
+  }
+  inflateEnd(&z);
+  return true;
+}
+
+// The movie's bytes after the 8-byte header, inflated when compressed; false
+// for a short header or an unknown signature.
+bool ReadMovie(const char* path, Bytes& file, Bytes& inflated, ByteReader& body) {
+  if (!ReadWholeFile(path, file, kMaxMovie)) return false;
+  if (file.size() < 8) return false;
+  if ((file[0] != 'F' && file[0] != 'C') || file[1] != 'W' || file[2] != 'S') return false;
+  if (file[0] == 'C') {
+    Inflate(file.data() + 8, file.size() - 8, inflated);
+    body = ByteReader(inflated.data(), inflated.size());
+  } else {
+    body = ByteReader(file.data() + 8, file.size() - 8);
+  }
+  return true;
+}
+
+std::vector<Tag> ReadTags(ByteReader& r) {
+  Bits bits(r);
+  const int n = static_cast<int>(bits.get(5));
+  for (int i = 0; i < 4; ++i) bits.getSigned(n);  // Xmin, Xmax, Ymin, Ymax
+  r.u16le();                                      // frame rate
+  r.u16le();                                      // frame count
+  std::vector<Tag> tags;
+  int frame = 0;
+  while (!r.bad()) {
+    const std::uint16_t word = r.u16le();
+    if (r.bad()) break;
+    Tag t;
+    t.code = static_cast<std::uint16_t>(word >> 6);
+    std::size_t length = word & 63u;
+    if (length == 63) {
+      length = r.u32le();
+      if (r.bad()) break;
+    }
+    if (t.code == 39) length = 4;  // sprites: the nested tags follow as ordinary tags
+    t.data = r.take(length);
+    if (!t.data && length) break;
+    t.length = length;
+    t.frame = frame;
+    if (t.code == 1) ++frame;
+    try {
+      tags.push_back(t);
+    } catch (...) {
+      PrintErr("Fatal Error: malloc()/realloc() failed (2). (%d bytes)\n", 36);
+      break;
+    }
+  }
+  return tags;
+}
+
+bool IsDefining(std::uint16_t code) {
+  static constexpr std::uint16_t kCodes[] = {2, 22, 32, 46, 10, 48, 11, 33, 37, 6, 21, 35, 20, 36, 38, 39, 7, 34, 14, 60};
+  return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);
+}
+
+// Start of the last FF D9 FF D8 lying wholly inside [from, to), or -1.
+std::int64_t LastJoint(const Tag& t, std::size_t from, std::size_t to) {
+  for (std::size_t i = to; i >= from + 4; --i) {
+    const std::uint8_t* p = t.data + i - 4;
+    if (p[0] == 0xFF && p[1] == 0xD9 && p[2] == 0xFF && p[3] == 0xD8) return static_cast<std::int64_t>(i - 4);
+  }
+  return -1;
+}
+
+// The picture part [from, to) of a tag without its tables/image joint.
+void AppendJoined(const Tag& t, std::size_t from, std::size_t to, Bytes& out) {
+  const std::int64_t j = LastJoint(t, from, to);
+  if (j < 0) {
+    out.insert(out.end(), t.data + from, t.data + to);
+    return;
+  }
+  const auto joint = static_cast<std::size_t>(j);
+  out.insert(out.end(), t.data + from, t.data + joint);
+  out.insert(out.end(), t.data + joint + 4, t.data + to);
+}
+
+bool Rebuild(const Tag& t, const Tag* tables, Bytes& out) {
+  switch (t.code) {
+    case 6:
+      if (t.length <= 2 || !tables) return false;
+      out.insert(out.end(), tables->data, tables->data + (tables->length >= 2 ? tables->length - 2 : 0));
+      if (t.length > 4) out.insert(out.end(), t.data + 4, t.data + t.length);
+      return true;
+    case 21:
+      if (t.length <= 2) return false;
+      AppendJoined(t, 2, t.length, out);
+      return true;
+    case 35: {
+      if (t.length <= 6) return false;
+      const std::uint32_t alpha = ByteReader(t.data, t.length).u32leAt(2);
+      const std::size_t end = alpha > t.length - 6 ? t.length : 6 + static_cast<std::size_t>(alpha);
+      AppendJoined(t, 6, end, out);
+      return true;
+    }
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+int SwfPictureExtract(const ConvertCall& call) {
+  const bool memory = call.memoryMode();
+  if (memory && !call.out) return 0;
+  Bytes file, inflated;
+  ByteReader body;
+  if (!ReadMovie(call.source, file, inflated, body)) return 0;
+  const std::vector<Tag> tags = ReadTags(body);
+
+  const Tag* tables = nullptr;
+  for (const Tag& t : tags) {
+    if (t.code == 8) {
+      tables = &t;
+      continue;
+    }
+    if (!IsDefining(t.code)) continue;
+    TagData d{t};
+    const int id = d.u16();
+    if (id != call.arg1) continue;
+    Bytes picture;
+    if (!Rebuild(t, tables, picture) || picture.empty()) return 0;
+    if (memory) return HandOver(picture, call.out);
+    Sink out;
+    if (!out.open(call.target) || !out.write(picture)) return 0;
+    return out.close() ? 1 : 0;
+  }
+  return 0;
+}
+
+}  // namespace pix
