@@ -48,7 +48,7 @@ int Usage(const char* why) {
 // Exports whose converters are not part of this build yet.
 bool NotBuilt(const char* what) {
   static const std::set<std::string> pending = {
-      "count", "thumbnail", "frames", "ascii",
+      "count", "thumbnail",
   };
   if (pending.count(what) == 0) return false;
   std::fprintf(stderr, "pixmisc: '%s' is not built yet in this version\n", what);

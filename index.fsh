@@ -1,0 +1,12 @@
+FSH
+SHPI 3 objects, tagG264
+BUFSZ 12496
+tile 0000.BMP
+BMP 7B +1 32 24 {0 0 0 0}
+PAL 24 256 1 {0 0 0 0}
+glow 0001.BMP
+BMP 7D +0 32 24 {0 0 0 0}
+alpha 0001-a.BMP
+sand 0002.BMP
+BMP 78 +0 32 24 {0 0 0 0}
+#END
