@@ -4,6 +4,7 @@
 // own (see JpegScanRules). Pairs and signatures split across two blocks are
 // not seen, and the first end marker may belong to an embedded thumbnail:
 // scanners of this kind have always behaved so.
+#include <cstring>
 #include <string>
 
 #include "common/console.h"
@@ -28,6 +29,17 @@ int FindStart(JpegScanRules::Start start, int n, const std::uint8_t* block) {
   return -1;
 }
 
+// Bytes a start signature covers.
+int StartLength(JpegScanRules::Start start) {
+  switch (start) {
+    case JpegScanRules::Start::Jfif: return 4;
+    case JpegScanRules::Start::StartOfPicture: return 4;
+    case JpegScanRules::Start::ShortStart: return 3;
+    case JpegScanRules::Start::Soi: return 2;
+  }
+  return 0;
+}
+
 // How a copy ended.
 enum class CopyEnd { Marker, EndOfSource };
 
@@ -44,9 +56,10 @@ struct Scan {
   Scan(const ConvertCall& c, const JpegScanRules& r)
       : call(c), rules(r), block(static_cast<std::size_t>(r.scanBlock)), copy(kCopyBlock) {}
 
-  // Moves from the "JFIF" found in the scan block to the stream start, taking
-  // the member's detours. Returns whether an "Exif" tag changes the end rule.
-  bool stepToStart(int n, int p) {
+  // Moves from the signature found at p of the scan block (n bytes) to the
+  // stream start, taking the member's detours. Returns whether an "Exif" tag
+  // changes the end rule.
+  bool stepToStart(int n, int p, bool exifInBlock) {
     src.seekCur(-static_cast<std::int64_t>(n));
     const int back = rules.start == JpegScanRules::Start::Jfif ? 6 : 0;
     src.seekCur(p - back);
@@ -78,11 +91,11 @@ struct Scan {
         return false;
       }
       case JpegScanRules::Before::ExifTest: {
-        // The look ahead is read and given back; the tag is looked for in the
-        // scan block where "JFIF" stood.
+        // The look ahead is read and given back; the tag was looked for in
+        // the scan block where "JFIF" stood.
         std::size_t got = src.read(copy.data(), kCopyBlock);
         src.seekCur(-static_cast<std::int64_t>(got));
-        return FindPattern(static_cast<int>(block.capacity()), block.data(), "Exif") >= 0;
+        return exifInBlock;
       }
     }
     return false;
@@ -143,13 +156,24 @@ struct Scan {
     if (!src.open(call.source)) return 0;
     const int wanted = call.arg1;
     for (;;) {
-      std::size_t got = src.read(block.data(), block.capacity());
+      // The scan block is searched where it stands in the source window. Only
+      // full blocks are searched, and their buffer would end in zero slack,
+      // so a signature running past the block's end is no hit.
+      std::size_t got = 0;
+      const std::uint8_t* view = src.view(block.capacity(), &got);
       if (src.eof()) return atEnd();
       const int n = static_cast<int>(got);
-      const int p = FindStart(rules.start, n, block.data());
-      if (p < 0) continue;
+      const int p = FindStart(rules.start, n, view);
+      if (p < 0 || p + StartLength(rules.start) > n) continue;
+      bool exifInBlock = false;
+      if (rules.before == JpegScanRules::Before::ExifTest) {
+        int e = FindPattern(n, view, "Exif");
+        exifInBlock = e >= 0 && e + 4 <= n;
+      }
+      // Later reads may still find the scan block's bytes in the buffer.
+      std::memcpy(block.data(), view, got);
       const std::int64_t tagPos = src.tell() - n + p;
-      const bool exif = stepToStart(n, p);
+      const bool exif = stepToStart(n, p, exifInBlock);
       const std::int64_t streamStart = src.tell();
       // Scanning never resumes before this point, whatever the markers say.
       const std::int64_t floor = std::max(streamStart + 2, tagPos + 1);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "common/files.h"
+#include "common/search.h"
 
 namespace pix {
 
@@ -22,6 +23,7 @@ class BlockSource {
   // the scanners take).
   static constexpr std::size_t kChunk = 256 * 1024;
   static constexpr std::size_t kKeep = 32 * 1024;
+  static constexpr std::size_t kCapacity = kChunk + kKeep;
 
   BlockSource() = default;
   BlockSource(const BlockSource&) = delete;
@@ -29,7 +31,9 @@ class BlockSource {
 
   bool open(const char* path) {
     if (!file_.open(path)) return false;
-    buf_.assign(kChunk + kKeep, 0);
+    // Zeroed slack after the window: searches over a view may look a few
+    // bytes past its end.
+    buf_.assign(kCapacity + kScanSlack, 0);
     winStart_ = pos_ = filePos_ = 0;
     winLen_ = 0;
     eof_ = false;
@@ -41,7 +45,7 @@ class BlockSource {
     auto* out = static_cast<std::uint8_t*>(dst);
     std::size_t got = 0;
     while (got < n) {
-      if (pos_ >= winStart_ && pos_ < winStart_ + static_cast<std::int64_t>(winLen_)) {
+      if (pos_ >= winStart_ && pos_ < winEnd()) {
         std::size_t off = static_cast<std::size_t>(pos_ - winStart_);
         std::size_t k = std::min(n - got, winLen_ - off);
         std::memcpy(out + got, buf_.data() + off, k);
@@ -49,10 +53,28 @@ class BlockSource {
         pos_ += static_cast<std::int64_t>(k);
         continue;
       }
-      if (!refill()) break;
+      if (!fill()) break;
     }
     if (got < n) eof_ = true;
     return got;
+  }
+
+  // Like read, but hands out the bytes where they stand in the window
+  // (valid until the next read or view) instead of copying them. Only for
+  // n up to kKeep.
+  const std::uint8_t* view(std::size_t n, std::size_t* got) {
+    if (!(pos_ >= winStart_ && pos_ + static_cast<std::int64_t>(n) <= winEnd())) fill();
+    std::size_t k = 0;
+    const std::uint8_t* p = buf_.data();
+    if (pos_ >= winStart_ && pos_ < winEnd()) {
+      std::size_t off = static_cast<std::size_t>(pos_ - winStart_);
+      k = std::min(n, winLen_ - off);
+      p += off;
+    }
+    pos_ += static_cast<std::int64_t>(k);
+    if (k < n) eof_ = true;
+    *got = k;
+    return p;
   }
 
   bool eof() const { return eof_; }
@@ -73,28 +95,33 @@ class BlockSource {
   }
 
  private:
-  // Makes the window hold bytes at pos_; false when the file has none there.
-  bool refill() {
-    const std::int64_t winEnd = winStart_ + static_cast<std::int64_t>(winLen_);
-    if (winLen_ > 0 && pos_ == winEnd) {
-      // Reading on: slide, keeping the last kKeep bytes for steps back.
-      std::size_t keep = std::min<std::size_t>(kKeep, winLen_);
-      std::memmove(buf_.data(), buf_.data() + (winLen_ - keep), keep);
-      winStart_ = winEnd - static_cast<std::int64_t>(keep);
+  std::int64_t winEnd() const { return winStart_ + static_cast<std::int64_t>(winLen_); }
+
+  // Slides the window on (or moves it) so that it holds the bytes at pos_
+  // and a full chunk after them, as far as the file has them; false when it
+  // has none there.
+  bool fill() {
+    const std::int64_t end = winEnd();
+    if (winLen_ > 0 && pos_ >= winStart_ && pos_ <= end) {
+      // Reading on: slide, keeping up to kKeep bytes before pos_ for steps back.
+      std::int64_t from = std::max(winStart_, pos_ - static_cast<std::int64_t>(kKeep));
+      std::size_t keep = static_cast<std::size_t>(end - from);
+      std::memmove(buf_.data(), buf_.data() + (from - winStart_), keep);
+      winStart_ = from;
       winLen_ = keep;
     } else {
       winStart_ = pos_;
       winLen_ = 0;
     }
-    const std::int64_t readAt = winStart_ + static_cast<std::int64_t>(winLen_);
+    const std::int64_t readAt = winEnd();
     if (filePos_ != readAt) {
       if (!file_.seekSet(readAt)) return false;
       filePos_ = readAt;
     }
-    std::size_t r = file_.read(buf_.data() + winLen_, buf_.size() - winLen_);
+    std::size_t r = file_.read(buf_.data() + winLen_, kCapacity - winLen_);
     filePos_ += static_cast<std::int64_t>(r);
     winLen_ += r;
-    return r > 0;
+    return pos_ < winEnd();
   }
 
   InFile file_;
