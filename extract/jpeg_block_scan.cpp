@@ -7,6 +7,10 @@
 #include <cstring>
 #include <string>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "common/console.h"
 #include "common/files.h"
 #include "common/paths.h"
@@ -19,9 +23,37 @@ namespace {
 
 constexpr int kCopyBlock = 4096;
 
+}  // namespace
+
+// The program scanner's hot loop: FindPattern(n, block, "JFIF") sixteen
+// candidates at a time ('J' and 'I' two bytes on), for blocks that carry the
+// usual slack.
+int FindJfif(int n, const std::uint8_t* block) {
+#if defined(__SSE2__)
+  const __m128i j = _mm_set1_epi8('J'), i2 = _mm_set1_epi8('I');
+  int i = 0;
+  for (; i + 16 <= n; i += 16) {
+    __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + i));
+    __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + i + 2));
+    unsigned m = static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(_mm_cmpeq_epi8(a, j), _mm_cmpeq_epi8(c, i2))));
+    while (m) {
+      int k = i + __builtin_ctz(m);
+      if (block[k + 1] == 'F' && block[k + 3] == 'F') return k;
+      m &= m - 1;
+    }
+  }
+  int rest = FindPattern(n - i, block + i, "JFIF");
+  return rest < 0 ? -1 : i + rest;
+#else
+  return FindPattern(n, block, "JFIF");
+#endif
+}
+
+namespace {
+
 int FindStart(JpegScanRules::Start start, int n, const std::uint8_t* block) {
   switch (start) {
-    case JpegScanRules::Start::Jfif: return FindPattern(n, block, "JFIF");
+    case JpegScanRules::Start::Jfif: return FindJfif(n, block);
     case JpegScanRules::Start::StartOfPicture: return FindStartOfPicture(n, block);
     case JpegScanRules::Start::ShortStart: return FindShortStart(n, block);
     case JpegScanRules::Start::Soi: return FindPair(n, block, 0xFF, 0xD8);

@@ -61,6 +61,9 @@ void CopyToEnd(BlockSource& src, Sink& sink);
 // in the target's directory (the file name alone when the target has none).
 std::string InTargetDir(const char* target, const std::string& fileName);
 
+// FindPattern(n, block, "JFIF"), faster.
+int FindJfif(int n, const std::uint8_t* block);
+
 // The fallback scanner of the thumbnail databases (FF D8 FF E0 starts).
 int ThumbDbFallbackScan(const ConvertCall& call);
 
