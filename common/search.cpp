@@ -15,7 +15,9 @@ int FindPattern(int n, const std::uint8_t* block, const char* pattern) {
   while (p < end) {
     p = static_cast<const std::uint8_t*>(std::memchr(p, first, static_cast<std::size_t>(end - p)));
     if (!p) return -1;
-    if (std::memcmp(p + 1, pattern + 1, len - 1) == 0) return static_cast<int>(p - block);
+    // The second byte is checked in place: most candidates fail there.
+    if ((len == 1 || p[1] == static_cast<unsigned char>(pattern[1])) && std::memcmp(p + 1, pattern + 1, len - 1) == 0)
+      return static_cast<int>(p - block);
     ++p;
   }
   return -1;

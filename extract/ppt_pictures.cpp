@@ -1,0 +1,138 @@
+// JPEG pictures of PowerPoint files. From offset 512 on the file is walked
+// as one flat run of records (32-bit little-endian header word and length);
+// a record whose header is 0xF01D46A0 holds a 16-byte identifier, a tag
+// byte and then a whole JPEG file. PPTtoJPG writes such pictures as
+// <target name>_01.jpg, _02.jpg, ... (the number is the picture's place in
+// the file) or returns one in memory. compteFichiers_PPS_jpeg counts the
+// JFIF streams of a slide show the way the catalogue scanner finds them.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "common/files.h"
+#include "common/paths.h"
+#include "common/reader.h"
+#include "common/search.h"
+#include "extract/jpeg_scan.h"
+#include "extract/jpeg_source.h"
+#include "pixmisc.h"
+
+namespace pix {
+namespace {
+
+constexpr std::uint32_t kJpegRecord = 0xF01D46A0u;
+constexpr std::uint32_t kPictureHeader = 17;
+
+// Copies the picture of the record whose body starts at the read position.
+void CopyPicture(BlockSource& src, std::uint32_t length, Sink& sink) {
+  src.seekCur(kPictureHeader);
+  std::vector<std::uint8_t> buf(64 * 1024);
+  std::uint64_t left = length - kPictureHeader;
+  while (left > 0) {
+    std::size_t want = left < buf.size() ? static_cast<std::size_t>(left) : buf.size();
+    std::size_t got = src.read(buf.data(), want);
+    sink.write(buf.data(), got);
+    if (got < want) break;
+    left -= got;
+  }
+}
+
+std::string PictureName(const char* target, int number) {
+  char suffix[32];
+  std::snprintf(suffix, sizeof suffix, "_%02d.jpg", number);
+  return InTargetDir(target, Split(target).name + suffix);
+}
+
+int CountPpsStreams(const char* path) {
+  BlockSource src;
+  if (!src.open(path)) return 0;
+  ScanBlock block(4096);
+  int count = 0;
+  for (;;) {
+    std::size_t got = src.read(block.data(), 1024);
+    if (src.eof()) return count;
+    int p = FindPattern(static_cast<int>(got), block.data(), "JFIF");
+    if (p < 0) continue;
+    const std::int64_t tagPos = src.tell() - static_cast<std::int64_t>(got) + p;
+    src.seekCur(-static_cast<std::int64_t>(got));
+    src.seekCur(p - 6);
+    std::size_t got2 = src.read(block.data(), 1024);
+    const int e = FindPattern(static_cast<int>(got2), block.data(), "Exif");
+    const bool exif = e >= 0;
+    src.seekCur(-static_cast<std::int64_t>(got2));
+    if (exif) {
+      src.seekCur(e);
+      std::size_t got3 = src.read(block.data(), 4096);
+      int j = FindPattern(static_cast<int>(got3), block.data(), "JFIF");
+      src.seekCur(-static_cast<std::int64_t>(got3));
+      src.seekCur(j - 6);
+    }
+    ++count;
+    int pairs = 0;
+    for (;;) {
+      std::size_t n = src.read(block.data(), 4096);
+      if (src.eof()) return count;
+      if (n == 0) break;
+      int q = FindPair(static_cast<int>(n), block.data(), 0xFF, 0xD9);
+      if (q >= 0 && ++pairs == (exif ? 2 : 1)) {
+        src.seekCur(-static_cast<std::int64_t>(n));
+        src.seekCur(q + 2);
+        break;
+      }
+    }
+    if (src.tell() <= tagPos) src.seekSet(tagPos + 1);
+  }
+}
+
+}  // namespace
+}  // namespace pix
+
+using namespace pix;
+
+extern "C" {
+
+int PPTtoJPG(const char* source, const char* target, int wanted, unsigned char** out) {
+  const bool memory = !target || !*target;
+  if (memory && !out) return 0;
+  BlockSource src;
+  if (!src.open(source)) return 0;
+  src.seekSet(512);
+  int number = 1;
+  int written = 0;
+  for (;;) {
+    std::uint8_t rec[8];
+    if (src.read(rec, 8) < 8) break;
+    ByteReader r(rec, 8);
+    const std::uint32_t length = r.u32leAt(4);
+    if (length == 0) break;
+    const std::int64_t next = src.tell() + length;
+    if (r.u32leAt(0) != kJpegRecord) {
+      src.seekCur(length);
+      continue;
+    }
+    const bool take = number == wanted || (!memory && wanted == 0);
+    if (take && length > kPictureHeader) {
+      Sink sink;
+      if (memory) {
+        sink.openMemory();
+        CopyPicture(src, length, sink);
+        return sink.release(out);
+      }
+      std::string name = PictureName(target, number);
+      if (name.empty() || !sink.open(name.c_str())) return written;
+      CopyPicture(src, length, sink);
+      sink.close();
+      ++written;
+      if (wanted != 0) return written;
+    } else if (take && wanted != 0) {
+      return 0;  // a record too short to hold a picture
+    }
+    src.seekSet(next);
+    ++number;
+  }
+  return written;
+}
+
+int compteFichiers_PPS_jpeg(const char* path) { return CountPpsStreams(path); }
+
+}  // extern "C"
