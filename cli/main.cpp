@@ -45,16 +45,6 @@ int Usage(const char* why) {
   return 2;
 }
 
-// Exports whose converters are not part of this build yet.
-bool NotBuilt(const char* what) {
-  static const std::set<std::string> pending = {
-      "count", "thumbnail",
-  };
-  if (pending.count(what) == 0) return false;
-  std::fprintf(stderr, "pixmisc: '%s' is not built yet in this version\n", what);
-  return true;
-}
-
 std::set<std::string> FilesIn(const fs::path& dir) {
   std::set<std::string> names;
   std::error_code ec;
@@ -126,7 +116,6 @@ int Count(const char* kind, const char* src) {
   static const std::set<std::string> kinds = {"jpeg", "jpeg2", "png", "gif", "tiff",
                                               "bmp", "bmpelse", "dib", "ppt", "pps"};
   if (!kinds.count(kind)) return Usage("unknown KIND for count");
-  if (NotBuilt("count")) return 1;
   int out = 0;
   int n;
   std::string k = kind;
@@ -180,7 +169,6 @@ int Preview(int argc, char** argv) {
 }
 
 int Thumbnail(int argc, char** argv) {
-  if (NotBuilt("thumbnail")) return 1;
   if (argc != 3 || std::strcmp(argv[1], "-o")) return Usage("thumbnail takes SRC -o OUT");
   unsigned char* block = nullptr;
   int size = extract_thumbnail_from_jpeg(argv[0], &block);
@@ -192,7 +180,6 @@ int Thumbnail(int argc, char** argv) {
 }
 
 int Frames(const char* src) {
-  if (NotBuilt("frames")) return 1;
   std::string ext = fs::path(src).extension().string();
   for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   int n = ext == ".flm" ? get_nb_frames_from_flm(src) : get_nb_frames_from_flc(src);
@@ -201,7 +188,6 @@ int Frames(const char* src) {
 }
 
 int Ascii(int argc, char** argv) {
-  if (NotBuilt("ascii")) return 1;
   if (argc < 2) return Usage("ascii takes SRC DST [options]");
   int average = 0, invert = 0, columns = 0, rows = 0;
   const char* chars = nullptr;

@@ -15,8 +15,8 @@
 namespace pix {
 namespace {
 
-int Pc1ToIffPreview(const ConvertCall& c) { return PC1toIFF(c.source, nullptr, c.out); }
-int PptToJpgPreview(const ConvertCall& c) { return PPTtoJPG(c.source, nullptr, c.arg1, c.out); }
+int Pc1ToIffPreview(const ConvertCall& c) { return PC1toIFF(c.source, c.target, c.out); }
+int PptToJpgPreview(const ConvertCall& c) { return PPTtoJPG(c.source, c.target, c.arg1, c.out); }
 
 // seeMISC's plain entries, in the order they are tried (the signature-checked
 // kinds ".pic", ".pix", ".img" and the ".tsk" chain are handled before and
