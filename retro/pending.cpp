@@ -4,11 +4,6 @@
 
 namespace pix {
 
-int ZxScreenToTiff(const ConvertCall&) { return 0; }
-int ZxSnapshotToTiff(const ConvertCall&) { return 0; }
-int ZxTapeBlockExtract(const ConvertCall&) { return 0; }
-int ZxTapeToZxs(const ConvertCall&) { return 0; }
-int ZxScreenToPrg(const ConvertCall&) { return 0; }
 int CpcScreenToTiff(const ConvertCall&) { return 0; }
 int XbmToGrob(const ConvertCall&) { return 0; }
 int PcxToTiGrayPic(const ConvertCall&) { return 0; }
