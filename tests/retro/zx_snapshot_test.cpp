@@ -152,9 +152,7 @@ Bytes Sp(const Bytes& ram, bool oldForm) {
 }
 
 Bytes Zx(const Bytes& ram) {
-  Bytes f(132, 0);
-  f = Cat(f, ram);
-  f.resize(49486, 0);
+  Bytes f = Cat(Cat(Bytes(132, 0), ram), Bytes(49486 - 132 - 49152, 0));
   f[49427] = 0;
   f[49428] = 3;
   Put16be(f, 49464, kPc);
@@ -185,8 +183,7 @@ Bytes Sit(const Bytes& ram) {
 Bytes Snx(Bytes ram) {
   std::memset(ram.data() + 20000, 0xAB, 3000);
   Bytes f = {'X', 'S', 'N', 'A', 0, 37};
-  f = Cat(f, SnaHeader());
-  f.resize(43, 0);
+  f = Cat(Cat(f, SnaHeader()), Bytes(10, 0));
   auto literal = [&](std::size_t from, std::size_t n) {
     while (n) {
       std::size_t k = std::min<std::size_t>(n, 0xDFFF);
@@ -356,8 +353,7 @@ TEST_F(ZxSnapshots, SizesThatDoNotFitGiveZero) {
 
 TEST_F(ZxSnapshots, CorruptZ80IsReportedAndRefused) {
   Bytes good = Z80v3(ram, {4, 5, 8});
-  Bytes cut = good;
-  cut.resize(cut.size() - 10);  // the page-8 block runs past the end
+  Bytes cut(good.begin(), good.end() - 10);  // the page-8 block runs past the end
   Bytes noScreen = Z80v3(ram, {4, 5});
   Bytes hugeExtra = good;
   Put16le(hugeExtra, 30, 60000);
