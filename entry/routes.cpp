@@ -41,7 +41,7 @@ constexpr Route kRoutes[] = {
     {18, ".st7", 4, false, ".fts", "SbigToFits", SbigToFits, 0, 0, 0, Result::Files, Decision::None},
     {19, ".st8", 4, false, ".fts", "SbigToFits", SbigToFits, 0, 0, 0, Result::Files, Decision::None},
     {20, ".scm", 4, false, ".wav", "ScmToWav", ScmToWav, 0, 0, 0, Result::Files, Decision::None},
-    {21, ".cpc", 4, false, ".tif", "CpcScreenToTiff", CpcScreenToTiff, 0, 0, 0, Result::Files, Decision::None},
+    {21, ".cpc", 4, false, ".tif", "CpcScreenToTiff", CpcScreenToTiff, 0, 0, 0, Result::ZeroIsSuccess, Decision::None},
     {22, ".bmp", 4, false, ".pms", "BmpToPms", BmpToPms, 0, 0, 0, Result::Files, Decision::None},
     {23, ".hdr", 4, false, ".pct", "RadianceToPict", RadianceToPict, 0, 0, 1, Result::Files, Decision::None},
     {24, ".rad", 4, false, ".pct", "RadianceToPict", RadianceToPict, 0, 0, 1, Result::Files, Decision::None},

@@ -45,11 +45,19 @@ std::map<std::string, std::vector<std::string>> SamplesByConverter() {
   return m;
 }
 
-// A sample for a preview entry: one its converter takes through a route,
-// copied under the entry's extension.
+// Converters that take the kind of source from its extension: a sample of
+// theirs serves only its own extension.
+const std::set<std::string> kKindByExtension = {"PC1toIFF", "ZxSnapshotToTiff", "ZxScreenToTiff"};
+
+// A sample for a preview entry: one its converter takes through a route, of
+// the entry's own extension where there is one, otherwise (for converters
+// that do not go by the extension) of another, copied under this one.
 std::string SampleFor(const pix::PreviewEntry& e, const std::map<std::string, std::vector<std::string>>& samples) {
   auto it = samples.find(e.converterName);
-  return it == samples.end() || it->second.empty() ? std::string() : it->second.front();
+  if (it == samples.end()) return {};
+  for (const std::string& p : it->second)
+    if (pix::ExtMatches(pix::Split(p.c_str()).ext, e.ext, e.compared)) return p;
+  return kKindByExtension.count(e.converterName) ? std::string() : it->second.front();
 }
 
 // Kinds whose memory block differs from the file on purpose.
