@@ -49,8 +49,17 @@ std::vector<std::string> FitsVerifyErrors(const std::string& path) {
   std::vector<std::string> errors;
   std::istringstream in(r.out + r.err);
   std::string line;
-  while (std::getline(in, line))
-    if (line.rfind("*** Error:", 0) == 0) errors.push_back(line);
+  bool inError = false;
+  while (std::getline(in, line)) {
+    if (line.rfind("*** Error:", 0) == 0) {
+      errors.push_back(line);
+      inError = true;
+    } else if (inError && line.size() > 1 && line[0] == ' ' && line.find_first_not_of(' ') != std::string::npos) {
+      errors.back() += " " + line.substr(line.find_first_not_of(' '));
+    } else {
+      inError = false;
+    }
+  }
   return errors;
 }
 

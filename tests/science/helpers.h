@@ -2,6 +2,7 @@
 // with astropy and fitsverify, splitting headers into cards.
 #pragma once
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,7 @@ struct FitsPixels {
 // Opens the file with astropy and returns the primary array.
 FitsPixels AstropyRead(const std::string& path);
 
-// fitsverify's "*** Error:" lines, each trimmed to its first line.
+// fitsverify's "*** Error:" messages, each with its continuation lines.
 std::vector<std::string> FitsVerifyErrors(const std::string& path);
 
 inline void Put16le(Bytes& b, unsigned v) {
@@ -34,6 +35,13 @@ inline void Put16le(Bytes& b, unsigned v) {
 }
 inline void Put32le(Bytes& b, std::uint32_t v) {
   for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
+}
+
+// Appends b to a (vector::insert trips a false bounds warning of GCC 12 here).
+inline void Append(Bytes& a, const Bytes& b) {
+  std::size_t at = a.size();
+  a.resize(at + b.size());
+  if (!b.empty()) std::memcpy(a.data() + at, b.data(), b.size());
 }
 
 }  // namespace scitest
