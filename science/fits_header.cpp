@@ -230,6 +230,15 @@ bool NormaliseDate(char* header, int offsetSeconds) {
 
 bool WriteRecord(FitsRecordWriter& w) { return w.out.write(w.record.data(), w.record.size()); }
 
+// Full data records go out in batches of 64.
+constexpr std::size_t kBatch = 64 * kFitsRecord;
+
+bool FlushData(FitsRecordWriter& w) {
+  bool good = w.out.write(w.pending.data(), w.pending.size());
+  w.pending.clear();
+  return good;
+}
+
 // HISTORY and COMMENT texts: chunks end at a blank past the 60th character or
 // at the 71st character, which is dropped either way.
 bool PutTextCards(FitsRecordWriter& w, const CardEntry& e, const char* text) {
@@ -383,35 +392,30 @@ bool FitsWriteSbigHeader(FitsRecordWriter& w, const char* target, char* header, 
 }
 
 int FitsWriteRow(FitsRecordWriter& w, const std::uint8_t* row, int count) {
-  std::uint8_t swapped[2048];
-  int done = 0;
-  while (done < count) {
-    int n = std::min(count - done, static_cast<int>(sizeof swapped / 2));
-    for (int i = 0; i < n; ++i) {
-      const std::uint8_t* px = row + 2 * (done + i);
-      swapped[2 * i] = static_cast<std::uint8_t>(px[1] - 0x80);
-      swapped[2 * i + 1] = px[0];
+  std::size_t bytes = 2 * static_cast<std::size_t>(count > 0 ? count : 0), at = 0;
+  while (at < bytes) {
+    std::size_t k = std::min(static_cast<std::size_t>(kFitsRecord - w.dataBytes), bytes - at);
+    char* dst = w.record.data() + w.dataBytes;
+    const std::uint8_t* src = row + at;
+    // Most significant byte first, less 0x80: value - 32768.
+    for (std::size_t i = 0; i < k; i += 2) {
+      dst[i] = static_cast<char>(src[i + 1] - 0x80);
+      dst[i + 1] = static_cast<char>(src[i]);
     }
-    int bytes = 2 * n, at = 0;
-    while (at < bytes) {
-      int room = kFitsRecord - w.dataBytes;
-      int k = std::min(room, bytes - at);
-      std::memcpy(w.record.data() + w.dataBytes, swapped + at, static_cast<std::size_t>(k));
-      w.dataBytes += k;
-      at += k;
-      if (w.dataBytes == kFitsRecord) {
-        if (!WriteRecord(w)) return -1;
-        w.record.fill(0);
-        w.dataBytes = 0;
-      }
+    w.dataBytes += static_cast<int>(k);
+    at += k;
+    if (w.dataBytes == kFitsRecord) {
+      w.pending.insert(w.pending.end(), w.record.begin(), w.record.end());
+      if (w.pending.size() >= kBatch && !FlushData(w)) return -1;
+      w.record.fill(0);
+      w.dataBytes = 0;
     }
-    done += n;
   }
   return count;
 }
 
 int FitsCloseData(FitsRecordWriter& w) {
-  bool good = WriteRecord(w);
+  bool good = FlushData(w) && WriteRecord(w);
   if (!w.out.isMemory()) good = w.out.close() && good;
   return good ? kFitsRecord : 0;
 }

@@ -4,6 +4,7 @@
 // before; q = EEE + 1 escapes to a verbatim 16-bit value. Written as a plain
 // FITS file: the header with SIMPLE = T and COMPRESS = 'none', the pixels as
 // 16-bit values low byte first, zero-padded to a whole record.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -129,6 +130,20 @@ class BitReader {
     }
   }
 
+  // The common case in one step: a quotient other than the escape and its
+  // low bits, all already buffered. False (nothing consumed) otherwise.
+  bool quick(int kk, int escape, std::uint32_t& v) {
+    if (nbits_ < 33) refill();
+    if (acc_ == 0) return false;
+    int lead = __builtin_clzll(acc_);
+    if (lead + 1 + kk > nbits_ || lead == escape) return false;
+    consume(lead + 1);
+    std::uint32_t r = kk ? static_cast<std::uint32_t>(acc_ >> (64 - kk)) : 0;
+    consume(kk);
+    v = ((static_cast<std::uint32_t>(lead) << kk) | r) & 0xFFFF;
+    return true;
+  }
+
   // n bits (n <= 16), the first one most significant.
   bool bits(int n, std::uint32_t& v) {
     if (n == 0) {
@@ -172,6 +187,10 @@ class BitReader {
 
 bool DecodePixel(BitReader& bits, const RiceHeader& h, std::uint16_t& prev) {
   std::uint32_t q = 0;
+  if (bits.quick(h.kk, h.eee + 1, q)) {
+    prev = (q & 1) ? static_cast<std::uint16_t>(prev - q / 2 - 1) : static_cast<std::uint16_t>(prev + q / 2);
+    return true;
+  }
   if (!bits.unary(q)) return false;
   std::uint32_t v = 0;
   if (static_cast<std::uint16_t>(q) == static_cast<std::uint32_t>(h.eee + 1)) {
@@ -224,18 +243,28 @@ int FtzToFits(const ConvertCall& call) {
   BitReader bits(in);
   std::uint16_t prev = 0;
   int columns = rice.columns > 0 ? rice.columns : 0;
-  std::vector<std::uint8_t> row(2 * static_cast<std::size_t>(columns));
+  // Rows are handed to the sink in batches of about 256 KiB.
+  std::size_t rowBytes = 2 * static_cast<std::size_t>(columns);
+  std::size_t batchRows = std::max<std::size_t>(1, (std::size_t(1) << 18) / std::max<std::size_t>(rowBytes, 1));
+  std::vector<std::uint8_t> rows(rowBytes * batchRows);
+  std::size_t filled = 0;
   for (int y = 0; y < rice.rows && columns > 0; ++y) {
+    std::uint8_t* row = rows.data() + filled * rowBytes;
     for (int x = 0; x < columns; ++x) {
       if (!DecodePixel(bits, rice, prev)) {
+        out.write(rows.data(), filled * rowBytes);
         PrintErr("read_compressed_data: error reading value for pixel (%d, %d)\n", y, x);
         return 0;
       }
       row[2 * x] = static_cast<std::uint8_t>(prev);
       row[2 * x + 1] = static_cast<std::uint8_t>(prev >> 8);
     }
-    out.write(row.data(), row.size());
+    if (++filled == batchRows) {
+      out.write(rows.data(), filled * rowBytes);
+      filled = 0;
+    }
   }
+  out.write(rows.data(), filled * rowBytes);
   std::size_t length = out.size();
   std::vector<std::uint8_t> pad((length / kRecord + 1) * kRecord - length, 0);
   out.write(pad.data(), pad.size());

@@ -26,15 +26,24 @@ enum class RowRead { Ok, End, Error };
 // slack for an absolute-value escape in the last byte.
 constexpr std::size_t kWorkSize = 65535 + 16;
 
+// Reads rows into px, the camera values of the current row. Pixels a row
+// does not supply keep the values of the row before (zero for the first).
 struct SbigReader {
   InFile& in;
-  int width;
-  std::vector<std::uint8_t>& row;   // 2 * width bytes, low byte first
+  std::size_t width;
+  std::vector<std::uint16_t> px = std::vector<std::uint16_t>(width, 0);
+  std::vector<std::uint8_t> raw = std::vector<std::uint8_t>(2 * width, 0);
   std::vector<std::uint8_t> work = std::vector<std::uint8_t>(kWorkSize, 0);
 
+  void takeRaw(const std::uint8_t* bytes) {
+    for (std::size_t x = 0; x < width; ++x) px[x] = static_cast<std::uint16_t>(bytes[2 * x] | bytes[2 * x + 1] << 8);
+  }
+
   RowRead readRaw() {
-    std::size_t got = in.read(row.data(), row.size());
-    return got / 2 == 0 ? RowRead::End : RowRead::Ok;
+    std::size_t got = in.read(raw.data(), raw.size());
+    if (got / 2 == 0) return RowRead::End;
+    takeRaw(raw.data());
+    return RowRead::Ok;
   }
 
   RowRead readCompressed() {
@@ -42,46 +51,40 @@ struct SbigReader {
     if (in.read(len, 2) < 2) return RowRead::End;
     std::size_t l = static_cast<std::size_t>(len[0] | len[1] << 8);
     if (in.read(work.data(), l) < l) return RowRead::Error;
-    if (l == row.size()) {
-      std::memcpy(row.data(), work.data(), l);
+    const std::uint8_t* w = work.data();
+    if (l == 2 * width) {
+      takeRaw(w);
       return RowRead::Ok;
     }
-    std::uint16_t value = static_cast<std::uint16_t>(work[0] | work[1] << 8);
-    std::size_t n = 0, cap = static_cast<std::size_t>(width);
-    auto put = [&](std::uint16_t v) {
-      if (n < cap) {
-        row[2 * n] = static_cast<std::uint8_t>(v);
-        row[2 * n + 1] = static_cast<std::uint8_t>(v >> 8);
-      }
-      ++n;
-    };
-    put(value);
-    for (std::size_t i = 2; i < l;) {
-      auto b = static_cast<std::int8_t>(work[i]);
+    // Delta coding; pixels past the width are dropped.
+    std::uint16_t value = static_cast<std::uint16_t>(w[0] | w[1] << 8);
+    std::uint16_t* out = px.data();
+    out[0] = value;
+    std::size_t n = 1;
+    for (std::size_t i = 2; i < l && n < width;) {
+      auto b = static_cast<std::int8_t>(w[i]);
       if (b == -128) {
-        value = static_cast<std::uint16_t>(work[i + 1] | work[i + 2] << 8);
+        value = static_cast<std::uint16_t>(w[i + 1] | w[i + 2] << 8);
         i += 3;
       } else {
         value = static_cast<std::uint16_t>(value + b);
         i += 1;
       }
-      put(value);
+      out[n++] = value;
     }
     return RowRead::Ok;
   }
 };
 
-// The fixed offset of 100, with its high byte divided toward zero, then the
-// row mirrored.
-void OffsetAndMirror(std::vector<std::uint8_t>& row, int width) {
-  for (int x = 0; x < width; ++x) {
-    int v = (row[2 * x] | row[2 * x + 1] << 8) - 100;
+// The row as the FITS writer takes it (low byte first): every value less the
+// fixed offset of 100, its high byte divided toward zero (raw 99 gives
+// 0x00FF), and the order of the pixels reversed.
+void OffsetAndMirror(const std::vector<std::uint16_t>& px, std::vector<std::uint8_t>& row) {
+  std::size_t width = px.size();
+  for (std::size_t x = 0; x < width; ++x) {
+    int v = px[width - 1 - x] - 100;
     row[2 * x] = static_cast<std::uint8_t>(v);
     row[2 * x + 1] = static_cast<std::uint8_t>(v / 256);
-  }
-  for (int a = 0, b = width - 1; a < b; ++a, --b) {
-    std::swap(row[2 * a], row[2 * b]);
-    std::swap(row[2 * a + 1], row[2 * b + 1]);
   }
 }
 
@@ -107,7 +110,7 @@ int SbigConvert(const char* source, const char* paramFile, int timeOffset, const
   if (!FitsWriteSbigHeader(fits, target, header, paramFile, timeOffset)) return -1;
 
   std::vector<std::uint8_t> row(2 * static_cast<std::size_t>(width), 0);
-  SbigReader reader{in, static_cast<int>(width), row};
+  SbigReader reader{in, static_cast<std::size_t>(width)};
   while (!headerOnly) {
     RowRead r = compressed ? reader.readCompressed() : reader.readRaw();
     if (r == RowRead::End) break;
@@ -115,7 +118,7 @@ int SbigConvert(const char* source, const char* paramFile, int timeOffset, const
       PrintOut("Can't read the ST-xx file.\n\r");
       break;
     }
-    OffsetAndMirror(row, static_cast<int>(width));
+    OffsetAndMirror(reader.px, row);
     if (FitsWriteRow(fits, row.data(), static_cast<int>(width)) != width) {
       PrintOut("Can't write data to the FITS file.\n\r");
       break;

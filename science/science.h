@@ -38,6 +38,7 @@ struct FitsRecordWriter {
   int cards = 0;       // cards placed in the current header record
   int dataBytes = 0;   // bytes placed in the current data record
   bool paramErrorReported = false;
+  Bytes pending;       // full data records not yet handed to the sink
 };
 
 // Writes the whole header for an SBIG text header (kSbigHeaderSize + 1 bytes,
