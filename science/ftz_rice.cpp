@@ -232,10 +232,10 @@ int FtzToFits(const ConvertCall& call) {
   RiceHeader rice;
   if (!CheckHeader(header, rice)) return 0;
 
-  Sink out;
-  if (!out.open(call.memoryMode() ? nullptr : call.target)) return 0;
   std::size_t outHeader = PatchHeader(header);
   if (outHeader == 0) return 0;
+  Sink out;
+  if (!out.open(call.memoryMode() ? nullptr : call.target)) return 0;
   if (header.size() < outHeader) header.resize(outHeader, 0);
   out.write(header.data(), outHeader);
 

@@ -11,7 +11,11 @@ namespace pix {
 
 int IbgToFits(const ConvertCall& call) {
   SplitPath src = Split(call.source);
-  std::string hdrPath = FormatPath("%s%s\\%s.hdr", src.drive.c_str(), src.dir.c_str(), src.name.c_str());
+  // A source without a directory has its header in the working directory,
+  // not at the root.
+  std::string hdrPath = src.drive.empty() && src.dir.empty()
+                            ? FormatPath("%s.hdr", src.name.c_str())
+                            : FormatPath("%s%s\\%s.hdr", src.drive.c_str(), src.dir.c_str(), src.name.c_str());
   Bytes header;
   if (hdrPath.empty() || !ReadWholeFile(hdrPath.c_str(), header)) {
     platform::MessageBox("Could not find the HDR file, aborting...");

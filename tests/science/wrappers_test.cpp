@@ -53,6 +53,11 @@ TEST(Ibg, JoinsHeaderAndDataUnchanged) {
   unsigned char* block = nullptr;
   int n = pix::IbgToFits({src.c_str(), nullptr, 0, 0, &block});
   EXPECT_EQ(pixtest::TakeBlock(block, n), want);
+
+  // A bare file name finds its ".hdr" in the working directory.
+  auto r = pixtest::Run("cd " + pixtest::Quote(s.dir().string()) + " && " + pixtest::kCli + " convert pic.ibg rel.fts");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(pixtest::ReadFile(s.path("rel.fts")), want);
 }
 
 TEST(Ibg, MissingHeaderOrData) {
