@@ -137,6 +137,47 @@ def main():
             for p in range(4):
                 pi1 += struct.pack(">H", 0xFFFF if colour & (1 << p) else 0)
     write("retro_picture.pi1", bytes(pi1))
+    more_kinds(pi1)
+
+
+def more_kinds(pi1):
+    """The other snapshot and Atari ST kinds, for the previews, which pick
+    the reader by the extension."""
+    sna = bytearray(27)
+    sna[0] = 0x3F
+    sna[23:25] = struct.pack("<H", 0x8000)
+    sna[25], sna[26] = 1, 2
+    write("retro_snap.sna", bytes(sna) + ram())
+    write("retro_snap.sem", bytes(sna) + ram())
+
+    sp = bytearray(38)
+    sp[0:2] = b"SP"
+    sp[2:4] = struct.pack("<H", 49152)
+    sp[4:6] = struct.pack("<H", 0x4000)
+    sp[28:30] = struct.pack("<H", 0x8000)
+    sp[34] = 2
+    write("retro_snap.sp", bytes(sp) + ram())
+
+    zx = bytearray(49486)
+    zx[132:132 + 49152] = ram()
+    zx[49468:49470] = struct.pack(">H", 0x8000)
+    write("retro_snap.zx", bytes(zx))
+
+    body = bytes(pi1[34:])
+    palette = bytes(pi1[2:34])
+    write("retro_medium.pi2", struct.pack(">H", 1) + palette + body)
+    write("retro_high.pi3", struct.pack(">H", 2) + palette + body)
+    write("retro_plain.pln", struct.pack(">H", 0) + palette + body)
+    neo = bytearray(128)
+    neo[4:36] = palette
+    write("retro_picture.neo", bytes(neo) + body)
+    # Degas compressed: every 40-byte plane line as one literal run, then the
+    # 32 bytes of animation data.
+    packed = bytearray()
+    for i in range(0, len(body), 40):
+        packed += bytes([39]) + body[i:i + 40]
+    write("retro_packed.pc1", struct.pack(">H", 0x8000) + palette + bytes(packed) + bytes(32))
+    write("retro_packed.pc3", struct.pack(">H", 0x8002) + palette + bytes(packed) + bytes(32))
 
 
 if __name__ == "__main__":

@@ -53,11 +53,31 @@ const std::set<std::string> kKindByExtension = {"PC1toIFF", "ZxSnapshotToTiff", 
 // the entry's own extension where there is one, otherwise (for converters
 // that do not go by the extension) of another, copied under this one.
 std::string SampleFor(const pix::PreviewEntry& e, const std::map<std::string, std::vector<std::string>>& samples) {
+  if (kKindByExtension.count(e.converterName)) {
+    // any sample of the kind will do, whichever converter its route runs
+    for (const auto& [name, paths] : samples)
+      for (const std::string& p : paths)
+        if (kKindByExtension.count(name) && pix::ExtMatches(pix::Split(p.c_str()).ext, e.ext, e.compared)) return p;
+    return {};
+  }
   auto it = samples.find(e.converterName);
   if (it == samples.end()) return {};
   for (const std::string& p : it->second)
     if (pix::ExtMatches(pix::Split(p.c_str()).ext, e.ext, e.compared)) return p;
   return kKindByExtension.count(e.converterName) ? std::string() : it->second.front();
+}
+
+// Copies a sample to DIR/in<ext>, with its side files (same stem, other
+// extensions, such as the header file of an ".ibg").
+std::string PlaceSample(const std::string& sample, const fs::path& dir, const std::string& ext) {
+  fs::path from(sample);
+  for (const auto& f : fs::directory_iterator(from.parent_path())) {
+    if (f.path().stem() == from.stem() && f.path().extension() != from.extension())
+      fs::copy_file(f.path(), dir / ("in" + f.path().extension().string()), fs::copy_options::overwrite_existing);
+  }
+  fs::path to = dir / ("in" + ext);
+  fs::copy_file(from, to, fs::copy_options::overwrite_existing);
+  return to.string();
 }
 
 // Kinds whose memory block differs from the file on purpose.
@@ -79,8 +99,7 @@ TEST(Previews, SingleListBlocksMatchFileMode) {
     }
     SCOPED_TRACE(std::string(e.ext) + " via " + e.converterName + " from " + sample);
     pixtest::Scratch s;
-    std::string src = s.path(std::string("in") + e.ext);
-    fs::copy_file(sample, src);
+    std::string src = PlaceSample(sample, s.dir(), e.ext);
     unsigned char* block = nullptr;
     int n = seeMISC(src.c_str(), &block);
     Bytes mem = pixtest::TakeBlock(block, n);
@@ -118,8 +137,7 @@ TEST(Previews, MultiListBlocksAreOneOfTheFiles) {
     if (sample.empty()) continue;
     SCOPED_TRACE(std::string(e.ext) + " via " + e.converterName + " from " + sample);
     pixtest::Scratch s;
-    std::string src = s.path(std::string("in") + e.ext);
-    fs::copy_file(sample, src);
+    std::string src = PlaceSample(sample, s.dir(), e.ext);
     int found = 0;
     for (int index = 0; index <= 3; ++index) {
       // file mode with the same argument (a scanner ignores it, the Flash
