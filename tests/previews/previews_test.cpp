@@ -22,25 +22,15 @@ using pixtest::Bytes;
 // Sample sources (from samples/*.list) by the converter their route runs.
 std::map<std::string, std::vector<std::string>> SamplesByConverter() {
   std::map<std::string, std::vector<std::string>> m;
-  fs::path dir = fs::path(pixtest::kSourceDir) / "samples";
-  if (!fs::exists(dir)) return m;
-  for (const auto& e : fs::directory_iterator(dir)) {
-    if (e.path().extension() != ".list") continue;
-    std::ifstream in(e.path());
-    std::string line;
-    while (std::getline(in, line)) {
-      std::istringstream words(line);
-      std::string src, dst;
-      if (!(words >> src >> dst) || src[0] == '#') continue;
-      std::string path = (dir / src).string();
-      pix::RouteMatch r = pix::LookUpRoute(path.c_str(), dst.c_str());
-      if (r.kind != pix::RouteMatch::Row) continue;
-      std::string name = pix::ChooseConverter(*r.route, path.c_str()).name;
-      // the exports that are route converters go by their export names in the lists
-      if (name == "Pc1ToIffRoute") name = "PC1toIFF";
-      if (name == "PptToJpgRoute") name = "PPTtoJPG";
-      m[name].push_back(path);
-    }
+  for (const pixtest::Sample& sample : pixtest::Samples()) {
+    const char* path = sample.source.c_str();
+    pix::RouteMatch r = pix::LookUpRoute(path, sample.target.c_str());
+    if (r.kind != pix::RouteMatch::Row) continue;
+    std::string name = pix::ChooseConverter(*r.route, path).name;
+    // the exports that are route converters go by their export names in the lists
+    if (name == "Pc1ToIffRoute") name = "PC1toIFF";
+    if (name == "PptToJpgRoute") name = "PPTtoJPG";
+    m[name].push_back(sample.source);
   }
   return m;
 }
@@ -214,15 +204,7 @@ TEST(Previews, ConcurrentCallsGiveTheSingleThreadResults) {
     if (*multi) jobs.push_back({path, "", true, false, 0, {}});
   }
   // file-mode conversions through the route table, from the lists' targets
-  fs::path dir = fs::path(pixtest::kSourceDir) / "samples";
-  if (fs::exists(dir)) {
-    for (const auto& e : fs::directory_iterator(dir)) {
-      if (e.path().extension() != ".list") continue;
-      std::ifstream in(e.path());
-      std::string src, dst;
-      while (in >> src >> dst) jobs.push_back({(dir / src).string(), dst, false, true, 0, {}});
-    }
-  }
+  for (const pixtest::Sample& sample : pixtest::Samples()) jobs.push_back({sample.source, sample.target, false, true, 0, {}});
   if (jobs.empty()) GTEST_SKIP() << "no samples yet";
   auto run = [&](Job& j, const std::string& outDir) {
     Job r = j;

@@ -16,29 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Sample {
-  std::string source;  // path
-  std::string target;  // file name
-};
-
-std::vector<Sample> Samples() {
-  std::vector<Sample> v;
-  fs::path dir = fs::path(pixtest::kSourceDir) / "samples";
-  if (!fs::exists(dir)) return v;
-  for (const auto& e : fs::directory_iterator(dir)) {
-    if (e.path().extension() != ".list") continue;
-    std::ifstream in(e.path());
-    std::string line;
-    while (std::getline(in, line)) {
-      std::istringstream words(line);
-      std::string src, dst;
-      if (!(words >> src >> dst) || src[0] == '#') continue;
-      v.push_back({(dir / src).string(), dst});
-    }
-  }
-  return v;
-}
-
 bool TempDirEmpty() {
   const std::string& t = pix::platform::TempDir();
   return t.empty() || fs::is_empty(t);
@@ -68,10 +45,10 @@ void Exercise(const pixtest::Scratch& s, const std::string& ext, const std::stri
 }
 
 TEST(Robustness, TruncatedAndBitFlippedSamples) {
-  std::vector<Sample> samples = Samples();
+  std::vector<pixtest::Sample> samples = pixtest::Samples();
   if (samples.empty()) GTEST_SKIP() << "no samples yet";
   std::mt19937 rng(1234);
-  for (const Sample& sample : samples) {
+  for (const pixtest::Sample& sample : samples) {
     SCOPED_TRACE(sample.source);
     pixtest::Scratch s;
     fs::create_directories(s.dir() / "src");

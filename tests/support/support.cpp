@@ -130,6 +130,27 @@ bool ParsePnm(const Bytes& d, Pnm& out) {
   return true;
 }
 
+std::vector<Sample> Samples() {
+  std::vector<Sample> v;
+  fs::path dir = fs::path(kSourceDir) / "samples";
+  if (!fs::exists(dir)) return v;
+  std::vector<fs::path> lists;
+  for (const auto& e : fs::directory_iterator(dir))
+    if (e.path().extension() == ".list") lists.push_back(e.path());
+  std::sort(lists.begin(), lists.end());
+  for (const fs::path& list : lists) {
+    std::ifstream in(list);
+    std::string line;
+    while (std::getline(in, line)) {
+      std::istringstream words(line);
+      std::string src, dst;
+      if (!(words >> src >> dst) || src[0] == '#') continue;
+      v.push_back({(dir / src).string(), dst});
+    }
+  }
+  return v;
+}
+
 Bytes TakeBlock(unsigned char* block, int size) {
   Bytes b;
   if (block && size > 0) b.assign(block, block + size);

@@ -70,6 +70,14 @@ struct Pnm {
 };
 bool ParsePnm(const Bytes& data, Pnm& out);
 
+// The project's sample sources (samples/*.list): source path and the target
+// file name the demo converts it to.
+struct Sample {
+  std::string source;
+  std::string target;
+};
+std::vector<Sample> Samples();
+
 // Takes a memory result, copies it and frees the block.
 Bytes TakeBlock(unsigned char* block, int size);
 
