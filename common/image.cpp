@@ -162,6 +162,62 @@ bool WriteGif(Sink& out, const Image& img) {
   return good && !out.failed();
 }
 
+namespace {
+struct GifInput {
+  const Bytes* data;
+  std::size_t pos;
+};
+int GifRead(GifFileType* gif, GifByteType* dst, int n) {
+  auto* in = static_cast<GifInput*>(gif->UserData);
+  std::size_t left = in->data->size() - in->pos;
+  std::size_t k = std::min(left, static_cast<std::size_t>(n < 0 ? 0 : n));
+  if (k) std::memcpy(dst, in->data->data() + in->pos, k);
+  in->pos += k;
+  return static_cast<int>(k);
+}
+}  // namespace
+
+bool ReadGif(const Bytes& data, Image& img) {
+  GifInput in{&data, 0};
+  int err = 0;
+  GifFileType* gif = DGifOpen(&in, GifRead, &err);
+  if (!gif) return false;
+  bool good = false;
+  GifRecordType type;
+  while (DGifGetRecordType(gif, &type) == GIF_OK && type != TERMINATE_RECORD_TYPE) {
+    if (type == EXTENSION_RECORD_TYPE) {
+      int code = 0;
+      GifByteType* ext = nullptr;
+      if (DGifGetExtension(gif, &code, &ext) != GIF_OK) break;
+      while (ext && DGifGetExtensionNext(gif, &ext) == GIF_OK) {
+      }
+      continue;
+    }
+    if (type != IMAGE_DESC_RECORD_TYPE || DGifGetImageDesc(gif) != GIF_OK) break;
+    const GifImageDesc& d = gif->Image;
+    if (d.Width <= 0 || d.Height <= 0 || !img.allocate(static_cast<std::uint32_t>(d.Width),
+                                                      static_cast<std::uint32_t>(d.Height), 1))
+      break;
+    const ColorMapObject* map = d.ColorMap ? d.ColorMap : gif->SColorMap;
+    img.palette.clear();
+    for (int i = 0; map && i < map->ColorCount; ++i)
+      img.palette.push_back({map->Colors[i].Red, map->Colors[i].Green, map->Colors[i].Blue});
+    good = true;
+    if (d.Interlace) {
+      static constexpr int kStart[] = {0, 4, 2, 1}, kStep[] = {8, 8, 4, 2};
+      for (int pass = 0; good && pass < 4; ++pass)
+        for (int y = kStart[pass]; good && y < d.Height; y += kStep[pass])
+          good = DGifGetLine(gif, img.row(static_cast<std::uint32_t>(y)), d.Width) == GIF_OK;
+    } else {
+      for (int y = 0; good && y < d.Height; ++y)
+        good = DGifGetLine(gif, img.row(static_cast<std::uint32_t>(y)), d.Width) == GIF_OK;
+    }
+    break;
+  }
+  DGifCloseFile(gif, &err);
+  return good;
+}
+
 bool WritePnm(Sink& out, const Image& img, bool pbm) {
   if (img.width == 0 || img.height == 0) return false;
   if (pbm) {

@@ -43,6 +43,11 @@ bool WriteBmp(Sink& out, const Image& img, int bitsPerPixel = 0);
 bool WritePng(Sink& out, const Image& img);
 // GIF through giflib: indexed pictures only (palette padded to a power of 2).
 bool WriteGif(Sink& out, const Image& img);
+// GIF reading through giflib: the first picture's palette indices (rows in
+// display order, interlacing undone) and its colour table (local, else
+// global). False for anything that is not a readable GIF or whose size
+// CheckedSize refuses (checked before the pixels are allocated).
+bool ReadGif(const Bytes& data, Image& img);
 // Netpbm: P5 for indexed pictures whose palette is grey or empty (index as
 // grey level), P6 otherwise; P4 with pbm = true (index 0 white, others black).
 bool WritePnm(Sink& out, const Image& img, bool pbm = false);

@@ -38,8 +38,18 @@ std::string GroupOfConverter(const std::string& name) {
   return "routes-formats";
 }
 
+void RemoveTree(const std::string& path);
+
+// The scratch root, removed when the process ends.
+struct ScratchRoot {
+  std::string path;
+  ~ScratchRoot() {
+    if (path.size() > 5) RemoveTree(path);
+  }
+};
+
 std::string Root() {
-  static std::string root = [] {
+  static ScratchRoot root{[] {
     char tmpl[] = "/tmp/pixfuzz-XXXXXX";
     std::string r = mkdtemp(tmpl) ? tmpl : "/tmp";
     mkdir((r + "/src").c_str(), 0700);
@@ -47,8 +57,8 @@ std::string Root() {
     mkdir((r + "/cwd").c_str(), 0700);
     if (chdir((r + "/cwd").c_str()) != 0) std::abort();
     return r;
-  }();
-  return root;
+  }()};
+  return root.path;
 }
 
 std::vector<std::string> List(const std::string& dir) {

@@ -19,36 +19,14 @@
 namespace pix {
 namespace {
 
-struct GifSource {
-  const Bytes* data;
-  std::size_t pos;
-};
-
-int GifRead(GifFileType* gif, GifByteType* dst, int n) {
-  auto* src = static_cast<GifSource*>(gif->UserData);
-  std::size_t left = src->data->size() - src->pos;
-  std::size_t k = std::min<std::size_t>(left, static_cast<std::size_t>(n));
-  std::memcpy(dst, src->data->data() + src->pos, k);
-  src->pos += k;
-  return static_cast<int>(k);
-}
-
 // The palette indices of the first picture of a GIF file.
 bool DecodeGif(const Bytes& data, std::uint32_t& width, std::uint32_t& height, Bytes& indices) {
-  GifSource src{&data, 0};
-  int err = 0;
-  GifFileType* gif = DGifOpen(&src, GifRead, &err);
-  if (!gif) return false;
-  bool good = DGifSlurp(gif) == GIF_OK && gif->ImageCount > 0;
-  if (good) {
-    const SavedImage& image = gif->SavedImages[0];
-    width = static_cast<std::uint32_t>(image.ImageDesc.Width);
-    height = static_cast<std::uint32_t>(image.ImageDesc.Height);
-    good = image.RasterBits && width > 0 && height > 0;
-    if (good) indices.assign(image.RasterBits, image.RasterBits + std::size_t(width) * height);
-  }
-  DGifCloseFile(gif, &err);
-  return good;
+  Image img;
+  if (!ReadGif(data, img)) return false;
+  width = img.width;
+  height = img.height;
+  indices = std::move(img.pixels);
+  return true;
 }
 
 bool ReadGifHeights(const Bytes& data, HeightMap& map) {

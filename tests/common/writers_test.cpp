@@ -106,3 +106,44 @@ TEST(Writers, RefuseEmptyPictures) {
 }
 
 }  // namespace
+
+namespace {
+
+// Our GIF writer and reader agree, and the reader undoes interlacing done by
+// an independent encoder.
+TEST(GifReader, ReadsOursAndInterlacedPictures) {
+  pix::Image card = Card(6);
+  pix::Sink out;
+  out.openMemory();
+  ASSERT_TRUE(pix::WriteGif(out, card));
+  pix::Image back;
+  ASSERT_TRUE(pix::ReadGif(out.memory(), back));
+  EXPECT_EQ(back.width, card.width);
+  EXPECT_EQ(back.pixels, card.pixels);
+  ASSERT_GE(back.palette.size(), 6u);
+  EXPECT_EQ(back.palette[5].r, card.palette[5].r);
+
+  PIX_REQUIRE_TOOL("convert");
+  pixtest::Scratch s;
+  pixtest::RunResult r = pixtest::Run("convert -size 7x29 gradient:white-black -colors 5 -interlace GIF " +
+                                      pixtest::Quote(s.path("i.gif")));
+  ASSERT_EQ(r.status, 0) << r.err;
+  pix::Image il;
+  ASSERT_TRUE(pix::ReadGif(pixtest::ReadFile(s.path("i.gif")), il));
+  Pnm p = Decode("giftopnm " + pixtest::Quote(s.path("i.gif")) + " | ppmtoppm");
+  ASSERT_EQ(p.height, 29);
+  ExpectCard(p, il);
+}
+
+TEST(GifReader, RefusesBrokenAndHugePictures) {
+  pix::Image img;
+  EXPECT_FALSE(pix::ReadGif({}, img));
+  EXPECT_FALSE(pix::ReadGif(pixtest::ToBytes("GIF89a"), img));
+  // a 65535 x 65535 picture is refused before anything is allocated
+  pixtest::Bytes huge = pixtest::ToBytes("GIF89a");
+  for (int v : {0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x00, 0x00}) huge.push_back(std::uint8_t(v));
+  for (int v : {0x2C, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x02, 0x02, 0x44, 0x01, 0x00, 0x3B}) huge.push_back(std::uint8_t(v));
+  EXPECT_FALSE(pix::ReadGif(huge, img));
+}
+
+}  // namespace
