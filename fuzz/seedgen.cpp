@@ -1,5 +1,5 @@
 // Builds the seed corpora: every sample source whose extension an entry of a
-// group takes becomes a seed of that group (selector byte, parameter byte,
+// group takes becomes a seed of that group (selector byte, parameter byte 0,
 // then the file). Usage: pixfuzz_seedgen OUTDIR FILE...
 #include <cstdio>
 #include <filesystem>
@@ -27,16 +27,16 @@ int main(int argc, char** argv) {
       if (bytes.size() > 65536) continue;
       for (std::size_t k = 0; k < entries.size(); ++k) {
         if (!pix::ExtMatches(ext, entries[k].srcExt.c_str(), static_cast<int>(entries[k].srcExt.size()) + 1)) continue;
+        // one seed per sample and group: the fuzzer mutates the selector
+        // and parameter bytes itself
         fs::create_directories(out / group);
-        for (unsigned char param : {0, 1}) {
-          fs::path seed = out / group / (fs::path(argv[i]).filename().string() + "-" + std::to_string(k) + "-" +
-                                         std::to_string(param));
-          std::ofstream o(seed, std::ios::binary);
-          o.put(static_cast<char>(k));
-          o.put(static_cast<char>(param));
-          o.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-          ++written;
-        }
+        fs::path seed = out / group / (fs::path(argv[i]).filename().string() + "-" + std::to_string(k));
+        std::ofstream o(seed, std::ios::binary);
+        o.put(static_cast<char>(k));
+        o.put(static_cast<char>(0));
+        o.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        ++written;
+        break;
       }
     }
   }
