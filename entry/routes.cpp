@@ -57,7 +57,7 @@ constexpr Route kRoutes[] = {
     {34, ".flm", 4, false, ".pcx", "FilmStripToPcx", FilmStripToPcx, 0, 0, 2, Result::Files, Decision::None},
     {35, ".pca", 4, false, ".pcx", "PcxArchiveRead", PcxArchiveRead, 0, 0, 0, Result::Files, Decision::None},
     {36, ".pic", 4, false, ".pcx", "PicToPcx", PicToPcx, 0, 0, 1, Result::Files, Decision::None},
-    {37, ".bdf", 4, false, ".xbm", "BdfToXbm", BdfToXbm, 0, 0, 1, Result::Files, Decision::None},
+    {37, ".bdf", 4, false, ".xbm", "BdfToXbm", BdfToXbm, 0, 0, 1, Result::ZeroIsSuccess, Decision::None},
     {38, ".psf", 4, false, ".xbm", "PsfToXbm", PsfToXbm, 0, 0, 1, Result::Files, Decision::None},
     {39, ".avi", 4, false, ".wav", "AviToWav", AviToWav, 0, 0, 0, Result::Files, Decision::None},
     {40, ".ami", 4, false, ".koa", "AmiToKoala", AmiToKoala, 0, 0, 0, Result::Files, Decision::None},

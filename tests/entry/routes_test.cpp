@@ -192,3 +192,15 @@ TEST(RouteTable, NoMatchWritesNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+// The converters whose 0 means success are marked so, and only they.
+TEST(RouteTable, ResultConventions) {
+  std::set<std::string> zeroIsSuccess;
+  for (const pix::Route& r : pix::RouteTable())
+    if (r.result == pix::Result::ZeroIsSuccess) zeroIsSuccess.insert(r.converterName);
+  EXPECT_EQ(zeroIsSuccess, (std::set<std::string>{"BdfToXbm", "CpcScreenToTiff", "GroToBmp", "XbmToGrob"}));
+}
+
+}  // namespace
