@@ -106,7 +106,7 @@ extern "C" int PGMtoASCII(const char* source, const char* target, int /*unused*/
   if (!probe) return 0;
   probe.close();
   Sink out;
-  if (!out.open(target)) return 0;
+  if (!target || !*target || !out.open(target)) return 0;  // a text file is the only output
 
   Bytes data;
   GreyPicture pic;

@@ -60,6 +60,10 @@ TEST(PgmToAscii, CellsPickCharactersByBrightness) {
   }
   EXPECT_EQ(PGMtoASCII(s.path("absent.pgm").c_str(), s.path("q.txt").c_str(), 0, 0, 0, 80, 80, "ab"), 0);
   EXPECT_FALSE(std::filesystem::exists(s.path("q.txt")));
+  // No target: nothing to create, so nothing is written.
+  pixtest::WriteFile(s.path("p.pgm"), Pgm("P5\n1 1\n255\n", {9}));
+  EXPECT_EQ(PGMtoASCII(s.path("p.pgm").c_str(), nullptr, 0, 0, 0, 80, 80, "ab"), 0);
+  EXPECT_EQ(PGMtoASCII(s.path("p.pgm").c_str(), "", 0, 0, 0, 80, 80, "ab"), 0);
 }
 
 }  // namespace
