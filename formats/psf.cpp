@@ -105,6 +105,11 @@ void WriteSheet(Sink& out, const PsfFont& f) {
   const std::uint64_t rows = (std::uint64_t(f.count) + 31) / 32 * f.height;
   // A sheet past the largest picture the library handles is taken as unreadable.
   if (cols && rows && CheckedSize(cols, rows, 1) == 0) return;
+  // Glyphs larger than their stored bytes read as blank, but a sheet far past
+  // any real console font (16 Mi pixels) must be backed by its glyph data, or
+  // a few header bytes could ask for a text of hundreds of megabytes.
+  constexpr std::uint64_t kLargeSheet = std::uint64_t(1) << 24;
+  if (cols * rows > kLargeSheet && f.glyphBytes * 8 < cols * rows) return;
   const std::uint64_t total = cols * rows / 8;
   const bool memory = out.isMemory();
 

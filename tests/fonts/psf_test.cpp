@@ -170,6 +170,9 @@ TEST(PsfFonts, ExactTextOfSmallFonts) {
       {"v2version1", Psf2(32, 1, 1, 1, thirtyTwo, 1), "", ""},
       {"badMagic", Bytes(64, 0x11), "", ""},
       {"shortGlyphs", Psf2(32, 1, 1, 1, Bytes(31, 0)), "", ""},
+      // 32 one-byte glyphs that claim 1024 x 32768 pixels each: a sheet of
+      // 1 Gi pixels that the glyph data cannot back is unreadable
+      {"hugeSheet", Psf2(32, 1, 32768, 1024, thirtyTwo), "", ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
