@@ -107,13 +107,17 @@ bool ReadMovie(const char* path, Bytes& file, Bytes& inflated, ByteReader& body)
   return true;
 }
 
-std::vector<Tag> ReadTags(ByteReader& r) {
+// Reads the tags in file order and hands each to `visit` until it returns
+// false or a tag cannot be read whole. Tags are visited as they are read
+// rather than collected first, so a movie of millions of empty tags costs no
+// more memory than its bytes.
+template <class Visit>
+void ReadTags(ByteReader& r, Visit visit) {
   Bits bits(r);
   const int n = static_cast<int>(bits.get(5));
   for (int i = 0; i < 4; ++i) bits.getSigned(n);  // Xmin, Xmax, Ymin, Ymax
   r.u16le();                                      // frame rate
   r.u16le();                                      // frame count
-  std::vector<Tag> tags;
   int frame = 0;
   while (!r.bad()) {
     const std::uint16_t word = r.u16le();
@@ -131,14 +135,8 @@ std::vector<Tag> ReadTags(ByteReader& r) {
     t.length = length;
     t.frame = frame;
     if (t.code == 1) ++frame;
-    try {
-      tags.push_back(t);
-    } catch (...) {
-      PrintErr("Fatal Error: malloc()/realloc() failed (2). (%d bytes)\n", 36);
-      break;
-    }
+    if (!visit(t)) break;
   }
-  return tags;
 }
 
 bool IsDefining(std::uint16_t code) {
@@ -198,26 +196,33 @@ int SwfPictureExtract(const ConvertCall& call) {
   Bytes file, inflated;
   ByteReader body;
   if (!ReadMovie(call.source, file, inflated, body)) return 0;
-  const std::vector<Tag> tags = ReadTags(body);
 
-  const Tag* tables = nullptr;
-  for (const Tag& t : tags) {
+  // The tags point into the movie's bytes, which outlive the walk.
+  bool haveTables = false;
+  Tag tables;
+  int result = 0;
+  ReadTags(body, [&](const Tag& t) {
     if (t.code == 8) {
-      tables = &t;
-      continue;
+      tables = t;
+      haveTables = true;
+      return true;
     }
-    if (!IsDefining(t.code)) continue;
+    if (!IsDefining(t.code)) return true;
     TagData d{t};
     const int id = d.u16();
-    if (id != call.arg1) continue;
+    if (id != call.arg1) return true;
     Bytes picture;
-    if (!Rebuild(t, tables, picture) || picture.empty()) return 0;
-    if (memory) return HandOver(picture, call.out);
+    if (!Rebuild(t, haveTables ? &tables : nullptr, picture) || picture.empty()) return false;
+    if (memory) {
+      result = HandOver(picture, call.out);
+      return false;
+    }
     Sink out;
-    if (!out.open(call.target) || !out.write(picture)) return 0;
-    return out.close() ? 1 : 0;
-  }
-  return 0;
+    if (!out.open(call.target) || !out.write(picture)) return false;
+    result = out.close() ? 1 : 0;
+    return false;
+  });
+  return result;
 }
 
 }  // namespace pix

@@ -2,6 +2,7 @@
 // and stored under codes 6 (with a tables tag), 21 and 35 (with alpha) and
 // inside a sprite; the plain movie and its zlib-compressed twin give the same
 // pictures, and djpeg decodes them to the original's pixels.
+#include <sys/resource.h>
 #include <zlib.h>
 
 #include "containers_util.h"
@@ -189,6 +190,23 @@ TEST(Swf, MalformedMovies) {
   testing::internal::CaptureStderr();
   EXPECT_TRUE(ctest::CallMemory(pix::SwfPictureExtract, s.path("m.swf"), 0).empty());
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "GetU16() out of bounds: TagID = 21\n");
+}
+
+// Eight million empty tags before the picture, packed into a few kilobytes:
+// the picture is still found, and the walk needs no memory per tag.
+TEST(Swf, ManyEmptyTagsCostNoMemoryPerTag) {
+  pixtest::Scratch s;
+  const Bytes picture = ctest::Filler(40, 6);
+  Bytes tags(std::size_t(16) << 20, 0);
+  Append(tags, Tag(21, WithId(3, picture), false));
+  pixtest::WriteFile(s.path("m.swf"), Movie(tags, true));
+  tags = {};
+  rusage before{};
+  getrusage(RUSAGE_SELF, &before);
+  EXPECT_EQ(ctest::CallMemory(pix::SwfPictureExtract, s.path("m.swf"), 3), picture);
+  rusage after{};
+  getrusage(RUSAGE_SELF, &after);
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 128 * 1024);  // kilobytes
 }
 
 }  // namespace
