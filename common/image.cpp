@@ -195,7 +195,10 @@ bool ReadGif(const Bytes& data, Image& img) {
     }
     if (type != IMAGE_DESC_RECORD_TYPE || DGifGetImageDesc(gif) != GIF_OK) break;
     const GifImageDesc& d = gif->Image;
-    if (d.Width <= 0 || d.Height <= 0 || !img.allocate(static_cast<std::uint32_t>(d.Width),
+    // One LZW code of at least one bit stands for at most 4096 pixels: a
+    // picture larger than that allows for the file's bytes cannot be in it.
+    if (d.Width <= 0 || d.Height <= 0 ||
+        std::uint64_t(d.Width) * std::uint64_t(d.Height) > std::uint64_t(data.size()) * 8 * 4096 || !img.allocate(static_cast<std::uint32_t>(d.Width),
                                                       static_cast<std::uint32_t>(d.Height), 1))
       break;
     const ColorMapObject* map = d.ColorMap ? d.ColorMap : gif->SColorMap;

@@ -13,14 +13,21 @@
 namespace pix {
 
 bool AllocateHeights(HeightMap& map, std::uint32_t width, std::uint32_t height) {
-  if (CheckedSize(width, height, sizeof(float)) == 0) {
+  bool good = CheckedSize(width, height, sizeof(float)) != 0;
+  if (good) {
+    try {
+      map.values.assign(std::size_t(width) * height, 0.0f);
+    } catch (...) {
+      good = false;
+    }
+  }
+  if (!good) {
     PrintErr("Could not allocate memory for heightfield (%lu bytes)",
              static_cast<unsigned long>(std::uint64_t(width) * height * sizeof(float)));
     return false;
   }
   map.width = width;
   map.height = height;
-  map.values.assign(std::size_t(width) * height, 0.0f);
   return true;
 }
 

@@ -2,6 +2,7 @@
 // lines and a type name such as "ST-7 Compressed Image"), then rows of 16-bit
 // little-endian pixels, raw or delta-coded with a byte count per row. Written
 // as one FITS file: every pixel less 100, each row mirrored left to right.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -26,8 +27,10 @@ enum class RowRead { Ok, End, Error };
 // slack for an absolute-value escape in the last byte.
 constexpr std::size_t kWorkSize = 65535 + 16;
 
-// Reads rows into px, the camera values of the current row. Pixels a row
-// does not supply keep the values of the row before (zero for the first).
+// Reads rows into raw, the one row buffer (low byte first), and takes its
+// pixels into px. Pixels a row does not supply (a short last row, a delta row
+// that ends early) keep what the row before left in the buffer once it was
+// written out: offset, mirrored and stored as FITS words (zero for the first).
 struct SbigReader {
   InFile& in;
   std::size_t width;
@@ -53,13 +56,17 @@ struct SbigReader {
     if (in.read(work.data(), l) < l) return RowRead::Error;
     const std::uint8_t* w = work.data();
     if (l == 2 * width) {
-      takeRaw(w);
+      std::copy(w, w + l, raw.begin());
+      takeRaw(raw.data());
       return RowRead::Ok;
     }
     // Delta coding; pixels past the width are dropped.
     std::uint16_t value = static_cast<std::uint16_t>(w[0] | w[1] << 8);
-    std::uint16_t* out = px.data();
-    out[0] = value;
+    auto put = [&](std::size_t n) {
+      raw[2 * n] = static_cast<std::uint8_t>(value);
+      raw[2 * n + 1] = static_cast<std::uint8_t>(value >> 8);
+    };
+    put(0);
     std::size_t n = 1;
     for (std::size_t i = 2; i < l && n < width;) {
       auto b = static_cast<std::int8_t>(w[i]);
@@ -70,8 +77,9 @@ struct SbigReader {
         value = static_cast<std::uint16_t>(value + b);
         i += 1;
       }
-      out[n++] = value;
+      put(n++);
     }
+    takeRaw(raw.data());
     return RowRead::Ok;
   }
 };
@@ -122,6 +130,12 @@ int SbigConvert(const char* source, const char* paramFile, int timeOffset, const
     if (FitsWriteRow(fits, row.data(), static_cast<int>(width)) != width) {
       PrintOut("Can't write data to the FITS file.\n\r");
       break;
+    }
+    // The row buffer now holds the words as written: high byte less 0x80
+    // first. A short next row reads over them.
+    for (std::size_t i = 0; i < row.size(); i += 2) {
+      reader.raw[i] = static_cast<std::uint8_t>(row[i + 1] - 0x80);
+      reader.raw[i + 1] = row[i];
     }
   }
   in.close();

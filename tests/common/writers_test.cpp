@@ -1,4 +1,6 @@
 // The shared picture writers, read back by netpbm's independent decoders.
+#include <sys/resource.h>
+
 #include "common/image.h"
 #include "support.h"
 
@@ -144,6 +146,18 @@ TEST(GifReader, RefusesBrokenAndHugePictures) {
   for (int v : {0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x00, 0x00}) huge.push_back(std::uint8_t(v));
   for (int v : {0x2C, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x02, 0x02, 0x44, 0x01, 0x00, 0x3B}) huge.push_back(std::uint8_t(v));
   EXPECT_FALSE(pix::ReadGif(huge, img));
+
+  // 32768 x 32768 passes the size limits, but a few bytes cannot hold it:
+  // refused without allocating the gigabyte first.
+  huge[6] = huge[8] = 0x00;
+  huge[7] = huge[9] = 0x80;
+  huge[18] = huge[20] = 0x00;
+  huge[19] = huge[21] = 0x80;
+  rusage before{}, after{};
+  getrusage(RUSAGE_SELF, &before);
+  EXPECT_FALSE(pix::ReadGif(huge, img));
+  getrusage(RUSAGE_SELF, &after);
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256L * 1024) << "kilobytes";
 }
 
 }  // namespace

@@ -180,6 +180,13 @@ TEST(HeightField, SourcesAreRecognisedByContent) {
   ASSERT_EQ(Convert(s.path("grey.mat"), s.path("b.gif")), 1);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "2 elements read.\nInput file had range 5.00000e-01 .. 1.00000e+00\n");
   EXPECT_EQ(GifIndices(s.path("b.gif"), w, h), (std::vector<int>{127, 255}));
+
+  // A field too large to hold is reported with its byte count.
+  pixtest::WriteFile(s.path("wide.mat"), std::string("P5\n40000 1\n255\n\x01"));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Convert(s.path("wide.mat"), s.path("c.gif")), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Could not allocate memory for heightfield (160000 bytes)");
+  EXPECT_FALSE(pixtest::fs::exists(s.path("c.gif")));
 }
 
 struct MatFailure {

@@ -289,6 +289,34 @@ TEST(Sbig, DeltaRowsAccumulateAndTypeNameWinsOverExtension) {
   EXPECT_EQ(got.values, want);
 }
 
+// A row that supplies fewer pixels than the width keeps the rest of the row
+// buffer as the row before left it: offset, mirrored and stored as FITS words.
+TEST(Sbig, ShortRowsReadOverTheRowBefore) {
+  Scratch s;
+  Bytes raw = RawRows({{1000, 2000, 3000}});
+  Put16le(raw, 500);  // the file ends after one pixel of the second row
+  Bytes packed;
+  PackedRow(packed, RawRows({{1000, 2000, 3000}}));
+  PackedRow(packed, Bytes{0xF4, 0x01});  // delta-coded, one pixel only
+  struct {
+    const char* type;
+    Bytes data;
+  } sources[] = {{"ST-7 Image", raw}, {"ST-7 Compressed Image", packed}};
+  for (const auto& src : sources) {
+    SCOPED_TRACE(src.type);
+    pixtest::WriteFile(s.path("a.st7"), Sbig(SbigText(src.type, 3, 2), src.data));
+    ASSERT_EQ(pix::SbigToFits({s.path("a.st7").c_str(), s.path("a.fts").c_str()}), 1);
+    Bytes f = pixtest::ReadFile(s.path("a.fts"));
+    std::size_t at = ((scitest::Cards(f).size() + 35) / 36) * 2880;
+    ASSERT_GE(f.size(), at + 12);
+    std::vector<long> got;
+    for (std::size_t i = at; i < at + 12; i += 2) got.push_back(((f[i] << 8) | f[i + 1]) ^ 0x8000);
+    // Row 1 leaves the words 0x548B 0x6C87 0x8483 (2900, 1900, 900 stored
+    // high byte first, less 0x8000); row 2 reads 500 over the first.
+    EXPECT_EQ(got, (std::vector<long>{2900, 1900, 900, 0x8483 - 100, 0x6C87 - 100, 400}));
+  }
+}
+
 struct LayoutCase {
   const char* name;
   int width, height;
