@@ -177,7 +177,7 @@ struct Scan {
     if (counter == 0 && rules.fallback) return ThumbDbFallbackScan(call);
     if (written == 0 && rules.emptyMessage) {
       std::string text = std::string("Pixamorph n'a trouv\xe9 aucune image dans le fichier ") + call.source;
-      platform::MessageBox(text.c_str());
+      platform::MessageBox(text.c_str(), platform::MessageIcon::Information);
     }
     return written;
   }

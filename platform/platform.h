@@ -39,9 +39,10 @@ std::string LibraryDir();
 // (case-insensitive; "" lists every file), sorted.
 std::vector<std::string> ListDir(const std::string& dir, const char* suffix);
 
-// The library's message box: captioned "Pixamorph". On POSIX it is a line
-// "Pixamorph: <text>" on standard error.
-void MessageBox(const char* text);
+// The library's message box: captioned "Pixamorph", with the given icon. On
+// POSIX it is a line "Pixamorph: <text>" on standard error.
+enum class MessageIcon { None, Information, Error };
+void MessageBox(const char* text, MessageIcon icon = MessageIcon::None);
 
 // True when a regular file exists at PATH.
 bool FileExists(const std::string& path);

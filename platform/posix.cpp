@@ -118,7 +118,7 @@ std::vector<std::string> ListDir(const std::string& dir, const char* suffix) {
   return names;
 }
 
-void MessageBox(const char* text) { std::fprintf(stderr, "Pixamorph: %s\n", text ? text : ""); }
+void MessageBox(const char* text, MessageIcon) { std::fprintf(stderr, "Pixamorph: %s\n", text ? text : ""); }
 
 bool FileExists(const std::string& path) {
   struct stat st{};

@@ -107,8 +107,11 @@ std::vector<std::string> ListDir(const std::string& dir, const char* suffix) {
   return names;
 }
 
-void MessageBox(const char* text) {
-  MessageBoxA(GetForegroundWindow(), text ? text : "", "Pixamorph", MB_OK);
+void MessageBox(const char* text, MessageIcon icon) {
+  UINT flags = MB_OK;
+  if (icon == MessageIcon::Information) flags |= MB_ICONINFORMATION;
+  if (icon == MessageIcon::Error) flags |= MB_ICONERROR;
+  MessageBoxA(GetForegroundWindow(), text ? text : "", "Pixamorph", flags);
 }
 
 bool FileExists(const std::string& path) {

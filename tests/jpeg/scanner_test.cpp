@@ -321,3 +321,24 @@ TEST(JfifSearch, AgreesWithThePatternSearch) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(MovieScanner, ResumesAsFarBeforeTheEndMarkerAsItStoodFromItsBlocksEnd) {
+  // Frame at B, a second FF D8 inside it at B + 1976, end pair at B + 3000
+  // of a 4096-byte copy block: scanning resumes at B + 2 * 3000 + 2 - 4096,
+  // so the inner FF D8 starts a second frame that ends at the same pair.
+  const std::size_t b = 5120;
+  Bytes mov(20000, 0x11);
+  mov[b] = 0xFF, mov[b + 1] = 0xD8;
+  mov[b + 1976] = 0xFF, mov[b + 1977] = 0xD8;
+  mov[b + 3000] = 0xFF, mov[b + 3001] = 0xD9;
+  Scratch s;
+  WriteFile(s.path("x.mov"), mov);
+  Scratch out;
+  EXPECT_EQ(Convert(pix::MovieScan, s.path("x.mov"), out.path("y.jpg")), 2);
+  EXPECT_EQ(ReadFile(out.path("x_0000.jpg")), Slice(mov, b, b + 3002));
+  EXPECT_EQ(ReadFile(out.path("x_0001.jpg")), Slice(mov, b + 1976, b + 3002));
+}
+
+}  // namespace
