@@ -18,7 +18,7 @@ int IbgToFits(const ConvertCall& call) {
                             : FormatPath("%s%s\\%s.hdr", src.drive.c_str(), src.dir.c_str(), src.name.c_str());
   Bytes header;
   if (hdrPath.empty() || !ReadWholeFile(hdrPath.c_str(), header)) {
-    platform::MessageBox("Could not find the HDR file, aborting...");
+    platform::MessageBox("Could not find the HDR file, aborting...", platform::MessageIcon::Error);
     return 0;
   }
   bool memory = call.memoryMode();
