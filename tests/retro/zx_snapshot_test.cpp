@@ -313,6 +313,26 @@ TEST_F(ZxSnapshots, EveryKindGivesTheSameTiff) {
   }
 }
 
+// A stack just under 0x5B00 leaves the screen converter's picture alone: the
+// program counter is not pushed over the last attribute cells.
+TEST_F(ZxSnapshots, ScreenConverterKeepsTheScreenUnderTheStack) {
+  Bytes ref = Reference();
+  Bytes sp = Sp(ram, false);
+  Put16le(sp, 28, 0x5B00);
+  Bytes z80 = Z80v1(ram, true);
+  Put16le(z80, 8, 0x5B00);
+  struct Case {
+    std::string name;
+    Bytes file;
+    std::string target;
+  } cases[] = {{"s.sp", sp, "s.tif"}, {"s.z80", z80, "s.sna"}};
+  for (const auto& c : cases) {
+    std::string src = Write(c.name, c.file), dst = dir.path(c.target);
+    EXPECT_EQ(retrotest::CliConvert(src, dst), 1) << c.name;
+    EXPECT_TRUE(pixtest::ReadFile(dst) == ref) << c.name;
+  }
+}
+
 // The whole state of a Z80 file equals snapconv's own reading of it.
 TEST_F(ZxSnapshots, Z80StateMatchesSnapconv) {
   PIX_REQUIRE_TOOL("snapconv");
