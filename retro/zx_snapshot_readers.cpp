@@ -193,8 +193,8 @@ ZxRead ReadZ80(const ByteReader& f, ZxSnapshot& s) {
   return ZxRead::Ok;
 }
 
+// No size rule: a short file gives what it holds, the rest reads as zero.
 ZxRead ReadPrg(const ByteReader& f, ZxSnapshot& s) {
-  if (f.size() < 256) return ZxRead::WrongSize;
   CopyRam(f, 256, s);
   Regs g;
   g.iy = f.u16leAt(0xDC);

@@ -371,6 +371,27 @@ TEST_F(ZxSnapshots, SizesThatDoNotFitGiveZero) {
   }
 }
 
+// PRG files have no size rule: a cut one still gives a picture of what it holds.
+TEST_F(ZxSnapshots, CutPrgStillGivesAPicture) {
+  for (std::size_t size : {std::size_t(100), std::size_t(256 + 6912)}) {
+    Bytes prg = Prg(ram);
+    prg.resize(size);
+    std::string src = Write("cut.prg", prg);
+    for (auto fn : {pix::ZxSnapshotToTiff, pix::ZxScreenToTiff}) {
+      unsigned char* block = nullptr;
+      pix::ConvertCall call;
+      call.source = src.c_str();
+      call.out = &block;
+      int n = fn(call);
+      ASSERT_EQ(n, 25088) << size;
+      Bytes tif = pixtest::TakeBlock(block, n);
+      if (size > 256) {
+        EXPECT_TRUE(tif == Reference()) << size;
+      }
+    }
+  }
+}
+
 TEST_F(ZxSnapshots, CorruptZ80IsReportedAndRefused) {
   Bytes good = Z80v3(ram, {4, 5, 8});
   Bytes cut(good.begin(), good.end() - 10);  // the page-8 block runs past the end
