@@ -21,6 +21,7 @@ inline constexpr std::size_t kZxTiffBytes = 25088;
 struct ZxSnapshot {
   std::uint8_t header[kZxSnaHeader] = {};
   std::vector<std::uint8_t> ram = std::vector<std::uint8_t>(kZxRamBytes, 0);
+  bool pushPc = true;  // readers push a stored program counter on the stack
 
   std::uint8_t border() const { return header[26]; }
   const std::uint8_t* screen() const { return ram.data(); }
@@ -54,8 +55,10 @@ enum class ZxRead {
 };
 
 // Reads a whole snapshot of the given kind. Unknown is read by the SNA layout
-// and needs only the header and the screen.
-ZxRead ReadZxSnapshot(const Bytes& file, ZxKind kind, ZxSnapshot& out);
+// and needs only the header and the screen. With pushPc false, a program
+// counter stored as a register is not pushed: the RAM stays as stored (the
+// screen converter wants the screen as it was saved, even with the stack in it).
+ZxRead ReadZxSnapshot(const Bytes& file, ZxKind kind, ZxSnapshot& out, bool pushPc = true);
 
 // The state as an SNA file (49179 bytes).
 Bytes ZxSnapshotToSna(const ZxSnapshot& snap);

@@ -129,7 +129,7 @@ int ZxScreenToTiff(const ConvertCall& call) {
   ZxKind kind = ZxKindOf(call.source);
   if (kind == ZxKind::Unknown && file.size() == 49161) kind = ZxKind::Raw;
   ZxSnapshot snap;
-  ZxRead r = ReadZxSnapshot(file, kind, snap);
+  ZxRead r = ReadZxSnapshot(file, kind, snap, false);
   if (r == ZxRead::Corrupt && kind == ZxKind::Z80) PrintErr("%s", kZ80Corrupt);
   if (r != ZxRead::Ok) return 0;
   return DeliverZxTiff(call, snap.screen());

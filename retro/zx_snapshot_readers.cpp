@@ -40,7 +40,7 @@ std::uint8_t PeekRam(const ZxSnapshot& s, std::uint32_t address) {
 void Finish(const Regs& g, ZxSnapshot& s) {
   std::uint8_t* h = s.header;
   std::uint16_t sp = g.sp;
-  if (g.pushPc) {
+  if (g.pushPc && s.pushPc) {
     sp = static_cast<std::uint16_t>(g.sp - 2);
     PokeRam(s, sp, static_cast<std::uint8_t>(g.pc));
     PokeRam(s, sp + 1u, static_cast<std::uint8_t>(g.pc >> 8));
@@ -193,8 +193,8 @@ ZxRead ReadZ80(const ByteReader& f, ZxSnapshot& s) {
   return ZxRead::Ok;
 }
 
+// No size rule: a short file gives what it holds, the rest reads as zero.
 ZxRead ReadPrg(const ByteReader& f, ZxSnapshot& s) {
-  if (f.size() < 256) return ZxRead::WrongSize;
   CopyRam(f, 256, s);
   Regs g;
   g.iy = f.u16leAt(0xDC);
@@ -405,9 +405,10 @@ ZxKind ZxKindOf(const char* path) {
   return ZxKind::Unknown;
 }
 
-ZxRead ReadZxSnapshot(const Bytes& file, ZxKind kind, ZxSnapshot& out) {
+ZxRead ReadZxSnapshot(const Bytes& file, ZxKind kind, ZxSnapshot& out, bool pushPc) {
   ByteReader f(file);
   out = ZxSnapshot{};
+  out.pushPc = pushPc;
   switch (kind) {
     case ZxKind::Raw: return ReadRaw(f, out);
     case ZxKind::Sna: return ReadSna(f, out, false);

@@ -5,6 +5,7 @@
 // re-packer copies every block into a length-prefixed record and lists the
 // blocks on standard error. Neither reads the console: block 0 is taken, and
 // a name of ten blanks stands for any name a source does not carry.
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -218,17 +219,20 @@ int ZxTapeToZxs(const ConvertCall& call) {
       return out.close() ? 1 : 0;
     }
     std::size_t len = static_cast<std::size_t>(f.at(pos++)) << 8 | first;
-    if (len + 5 > 65535 || !f.has(pos, len)) {
+    if (len + 5 > 65535) {
       out.close();
       return 0;
     }
+    // A block cut by the end of the tape is copied as far as it goes; the
+    // next round then meets the end and the tape is done.
+    const std::size_t have = std::min(len, f.size() - pos);
     const std::uint8_t* block = f.data() + pos;
     std::size_t at = out.size();
     out.put16le(static_cast<std::uint16_t>(len + 5));
     out.put8(0);
     out.put16le(0);
-    out.write(block, len);
-    pos += len;
+    out.write(block, have);
+    pos += have;
 
     // One listing line: number, payload length, the header's type and name or
     // the data's first bytes, the XOR of the block and where its record lies.
@@ -236,8 +240,8 @@ int ZxTapeToZxs(const ConvertCall& call) {
     char buf[64];
     std::snprintf(buf, sizeof buf, "%03d %5d .. .. ..", number % 1000, static_cast<int>(len) - 2);
     line += buf;
-    std::uint8_t flag = block[0];
-    if (flag == 0x00 && len == 19) {
+    std::uint8_t flag = have ? block[0] : 0xFF;
+    if (flag == 0x00 && len == 19 && have == len) {
       static const char* kTags[] = {"B ", "D$", "D ", "C "};
       std::uint8_t type = block[1];
       if (type < 4) line += std::string(" ") + kTags[type];
@@ -258,13 +262,13 @@ int ZxTapeToZxs(const ConvertCall& call) {
         line += buf;
       }
       line += " =";
-      for (std::size_t i = 1; i < len && i <= 4; ++i) {
+      for (std::size_t i = 1; i < have && i <= 4; ++i) {
         std::snprintf(buf, sizeof buf, "%02X", block[i]);
         line += buf;
       }
     }
     std::uint8_t check = 0;
-    for (std::size_t i = 0; i < len; ++i) check ^= block[i];
+    for (std::size_t i = 0; i < have; ++i) check ^= block[i];
     std::snprintf(buf, sizeof buf, " %02X %04o/%03o\n", check, static_cast<unsigned>(at / 512 % 010000),
                   static_cast<unsigned>(at % 512));
     line += buf;

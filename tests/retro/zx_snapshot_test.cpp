@@ -313,6 +313,26 @@ TEST_F(ZxSnapshots, EveryKindGivesTheSameTiff) {
   }
 }
 
+// A stack just under 0x5B00 leaves the screen converter's picture alone: the
+// program counter is not pushed over the last attribute cells.
+TEST_F(ZxSnapshots, ScreenConverterKeepsTheScreenUnderTheStack) {
+  Bytes ref = Reference();
+  Bytes sp = Sp(ram, false);
+  Put16le(sp, 28, 0x5B00);
+  Bytes z80 = Z80v1(ram, true);
+  Put16le(z80, 8, 0x5B00);
+  struct Case {
+    std::string name;
+    Bytes file;
+    std::string target;
+  } cases[] = {{"s.sp", sp, "s.tif"}, {"s.z80", z80, "s.sna"}};
+  for (const auto& c : cases) {
+    std::string src = Write(c.name, c.file), dst = dir.path(c.target);
+    EXPECT_EQ(retrotest::CliConvert(src, dst), 1) << c.name;
+    EXPECT_TRUE(pixtest::ReadFile(dst) == ref) << c.name;
+  }
+}
+
 // The whole state of a Z80 file equals snapconv's own reading of it.
 TEST_F(ZxSnapshots, Z80StateMatchesSnapconv) {
   PIX_REQUIRE_TOOL("snapconv");
@@ -346,6 +366,27 @@ TEST_F(ZxSnapshots, SizesThatDoNotFitGiveZero) {
       EXPECT_EQ(pix::ZxSnapshotToTiff(call), 0) << c.name << " " << delta;
       if (c.name != "a.dat") {
         EXPECT_EQ(pix::ZxScreenToTiff(call), 0) << c.name << " " << delta;
+      }
+    }
+  }
+}
+
+// PRG files have no size rule: a cut one still gives a picture of what it holds.
+TEST_F(ZxSnapshots, CutPrgStillGivesAPicture) {
+  for (std::size_t size : {std::size_t(100), std::size_t(256 + 6912)}) {
+    Bytes prg = Prg(ram);
+    prg.resize(size);
+    std::string src = Write("cut.prg", prg);
+    for (auto fn : {pix::ZxSnapshotToTiff, pix::ZxScreenToTiff}) {
+      unsigned char* block = nullptr;
+      pix::ConvertCall call;
+      call.source = src.c_str();
+      call.out = &block;
+      int n = fn(call);
+      ASSERT_EQ(n, 25088) << size;
+      Bytes tif = pixtest::TakeBlock(block, n);
+      if (size > 256) {
+        EXPECT_TRUE(tif == Reference()) << size;
       }
     }
   }

@@ -2,6 +2,7 @@
 // its listing compared with tzxlist, and the screen-to-program wrapper.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -166,6 +167,26 @@ TEST(ZxTape, ZxsTrailers) {
       EXPECT_EQ(err.find(" Scrap"), std::string::npos);
     }
   }
+}
+
+// A tape whose last block is cut: that block is copied as far as it goes,
+// under its declared record length, and the tape still counts as done.
+TEST(ZxTape, ZxsCutLastBlock) {
+  pixtest::Scratch dir;
+  std::string src = dir.path("cut.tap"), dst = dir.path("cut.zxs");
+  Bytes tape = Tape();
+  tape.resize(tape.size() - 2);  // the last block (length 5) keeps 3 of its bytes
+  pixtest::WriteFile(src, tape);
+  pix::ConvertCall call;
+  call.source = src.c_str();
+  call.target = dst.c_str();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(pix::ZxTapeToZxs(call), 1);
+  std::string listing = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(std::count(listing.begin(), listing.end(), '\n'), 6);
+  Bytes zxs = pixtest::ReadFile(dst);
+  Bytes last(zxs.end() - 8, zxs.end());
+  EXPECT_TRUE(last == (Bytes{10, 0, 0, 0, 0, 0xFF, 1, 2})) << zxs.size();
 }
 
 // The program body lives beside the host program; none ships, so 0.
