@@ -10,7 +10,9 @@
 #ifdef _WIN32
 #define fseeko _fseeki64
 #define ftello _ftelli64
-using off_t = long long;
+using FileOffset = long long;
+#else
+using FileOffset = off_t;
 #endif
 
 namespace pix {
@@ -36,19 +38,19 @@ bool InFile::seekCur(std::int64_t delta) {
   if (!f_) return false;
   std::int64_t pos = tell();
   if (pos < 0 || pos + delta < 0) return false;
-  return fseeko(f_, static_cast<off_t>(delta), SEEK_CUR) == 0;
+  return fseeko(f_, static_cast<FileOffset>(delta), SEEK_CUR) == 0;
 }
 
 bool InFile::seekSet(std::int64_t pos) {
   if (!f_ || pos < 0) return false;
-  return fseeko(f_, static_cast<off_t>(pos), SEEK_SET) == 0;
+  return fseeko(f_, static_cast<FileOffset>(pos), SEEK_SET) == 0;
 }
 
 bool InFile::seekEnd(std::int64_t delta) {
   if (!f_) return false;
   std::int64_t sz = size();
   if (sz + delta < 0) return false;
-  return fseeko(f_, static_cast<off_t>(delta), SEEK_END) == 0;
+  return fseeko(f_, static_cast<FileOffset>(delta), SEEK_END) == 0;
 }
 
 std::int64_t InFile::tell() const { return f_ ? static_cast<std::int64_t>(ftello(f_)) : -1; }
@@ -58,7 +60,7 @@ std::int64_t InFile::size() {
   std::int64_t here = tell();
   if (fseeko(f_, 0, SEEK_END) != 0) return -1;
   std::int64_t end = tell();
-  fseeko(f_, static_cast<off_t>(here), SEEK_SET);
+  fseeko(f_, static_cast<FileOffset>(here), SEEK_SET);
   return end;
 }
 
@@ -160,8 +162,8 @@ bool Sink::patch(std::size_t offset, const void* data, std::size_t n) {
     return true;
   }
   if (!f_) return false;
-  off_t here = ftello(f_);
-  if (fseeko(f_, static_cast<off_t>(offset), SEEK_SET) != 0) return false;
+  FileOffset here = ftello(f_);
+  if (fseeko(f_, static_cast<FileOffset>(offset), SEEK_SET) != 0) return false;
   bool good = std::fwrite(data, 1, n, f_) == n;
   fseeko(f_, here, SEEK_SET);
   if (!good) failed_ = true;

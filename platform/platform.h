@@ -3,6 +3,7 @@
 // own directory, the message box, directory listings and folders.
 #pragma once
 
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,9 @@ std::vector<std::string> ListDir(const std::string& dir, const char* suffix);
 // POSIX it is a line "Pixamorph: <text>" on standard error.
 enum class MessageIcon { None, Information, Error };
 void MessageBox(const char* text, MessageIcon icon = MessageIcon::None);
+
+// Today's local date and time.
+std::tm LocalNow();
 
 // True when a regular file exists at PATH.
 bool FileExists(const std::string& path);

@@ -120,6 +120,13 @@ std::vector<std::string> ListDir(const std::string& dir, const char* suffix) {
 
 void MessageBox(const char* text, MessageIcon) { std::fprintf(stderr, "Pixamorph: %s\n", text ? text : ""); }
 
+std::tm LocalNow() {
+  std::time_t now = std::time(nullptr);
+  std::tm t{};
+  localtime_r(&now, &t);
+  return t;
+}
+
 bool FileExists(const std::string& path) {
   struct stat st{};
   return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);

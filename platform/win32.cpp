@@ -114,6 +114,13 @@ void MessageBox(const char* text, MessageIcon icon) {
   MessageBoxA(GetForegroundWindow(), text ? text : "", "Pixamorph", flags);
 }
 
+std::tm LocalNow() {
+  std::time_t now = std::time(nullptr);
+  std::tm t{};
+  localtime_s(&t, &now);
+  return t;
+}
+
 bool FileExists(const std::string& path) {
   DWORD a = GetFileAttributesA(path.c_str());
   return a != INVALID_FILE_ATTRIBUTES && !(a & FILE_ATTRIBUTE_DIRECTORY);

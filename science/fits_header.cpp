@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "common/console.h"
+#include "platform/platform.h"
 #include "science/science.h"
 
 namespace pix {
@@ -321,9 +322,7 @@ bool FitsWriteSbigHeader(FitsRecordWriter& w, const char* target, char* header, 
   if (!w.out.open(target)) return false;
   if (!NormaliseDate(header, timeOffset)) return false;
 
-  std::time_t now = std::time(nullptr);
-  std::tm today{};
-  localtime_r(&now, &today);
+  const std::tm today = platform::LocalNow();
   std::string dateValue = Format("'%02d/%02d/%02d'", today.tm_mday, today.tm_mon + 1, today.tm_year);
 
   for (int i = 0; i < kCardCount; ++i) {
