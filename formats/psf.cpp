@@ -119,7 +119,9 @@ void WriteSheet(Sink& out, const PsfFont& f) {
   char value[16];
   std::uint64_t n = 0;
   unsigned byte = 0;
-  for (std::uint64_t y = 0; y < rows; ++y) {
+  // A sheet with no columns has nothing to walk, however many rows it claims.
+  const std::uint64_t walkRows = cols ? rows : 0;
+  for (std::uint64_t y = 0; y < walkRows; ++y) {
     for (std::uint64_t x = 0; x < cols; ++x) {
       std::uint64_t g = (y / f.height) * 32 + x / f.width;
       if (PsfPixel(f, g, static_cast<std::uint32_t>(x % f.width), static_cast<std::uint32_t>(y % f.height)))

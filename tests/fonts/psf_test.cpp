@@ -160,6 +160,8 @@ TEST(PsfFonts, ExactTextOfSmallFonts) {
   skipped.insert(skipped.end(), thirtyTwo.begin(), thirtyTwo.end());
 
   const std::string values = " 0x01, 0x80, 0x00, 0x00};\n";
+  const std::string zeroWidth =
+      "#define psf_width  0\n#define psf_height " + std::to_string(0x2D4F000C) + "\nstatic unsigned char psf_bits[] = {\n";
   const std::string memValues = " 0x01 x 0x80 x 0x00 x 0x00s";
   const Case cases[] = {
       {"twoValues", Psf2(32, 1, 1, 1, thirtyTwo), header1x1 + values, header1x1 + memValues},
@@ -173,6 +175,8 @@ TEST(PsfFonts, ExactTextOfSmallFonts) {
       // 32 one-byte glyphs that claim 1024 x 32768 pixels each: a sheet of
       // 1 Gi pixels that the glyph data cannot back is unreadable
       {"hugeSheet", Psf2(32, 1, 32768, 1024, thirtyTwo), "", ""},
+      // no columns: the header alone, however many rows are claimed
+      {"zeroWidth", Psf2(32, 1, 0x2D4F000C, 0, thirtyTwo), zeroWidth, zeroWidth},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
