@@ -4,7 +4,9 @@
 
 #include "common/compat.h"
 
+#include <cstdarg>
 #include <cstdio>
+#include <string>
 
 namespace pix {
 
@@ -12,5 +14,9 @@ namespace pix {
 void PrintErr(const char* fmt, ...) PIX_PRINTF(1, 2);
 // Writes a message to standard output, exactly as given.
 void PrintOut(const char* fmt, ...) PIX_PRINTF(1, 2);
+
+// printf into a string.
+std::string Format(const char* fmt, ...) PIX_PRINTF(1, 2);
+std::string FormatV(const char* fmt, std::va_list ap);
 
 }  // namespace pix

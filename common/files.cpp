@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "common/console.h"
 #include "platform/platform.h"
 
 #ifdef _WIN32
@@ -140,19 +141,9 @@ bool Sink::puts(const char* text) { return write(text, std::strlen(text)); }
 bool Sink::printf(const char* fmt, ...) {
   va_list ap;
   va_start(ap, fmt);
-  va_list ap2;
-  va_copy(ap2, ap);
-  int n = std::vsnprintf(nullptr, 0, fmt, ap);
+  std::string text = FormatV(fmt, ap);
   va_end(ap);
-  if (n < 0) {
-    va_end(ap2);
-    failed_ = true;
-    return false;
-  }
-  std::vector<char> buf(static_cast<std::size_t>(n) + 1);
-  std::vsnprintf(buf.data(), buf.size(), fmt, ap2);
-  va_end(ap2);
-  return write(buf.data(), static_cast<std::size_t>(n));
+  return write(text.data(), text.size());
 }
 
 bool Sink::patch(std::size_t offset, const void* data, std::size_t n) {

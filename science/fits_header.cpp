@@ -89,19 +89,6 @@ void Upper(std::string& s) {
   for (char& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
 }
 
-std::string Format(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
-std::string Format(const char* fmt, ...) {
-  va_list ap;
-  va_start(ap, fmt);
-  va_list ap2;
-  va_copy(ap2, ap);
-  int n = std::vsnprintf(nullptr, 0, fmt, ap);
-  va_end(ap);
-  std::string s(n > 0 ? static_cast<std::size_t>(n) : 0, '\0');
-  if (n > 0) std::vsnprintf(s.data(), s.size() + 1, fmt, ap2);
-  va_end(ap2);
-  return s;
-}
 
 // Line reading as a text-mode stream with an 80-byte line buffer gives it:
 // at most 79 characters, up to and including LF; CR before LF dropped.
