@@ -9,6 +9,7 @@
 #include "common/reader.h"
 #include "common/search.h"
 #include "extract/jpeg_source.h"
+#include "extract/ppt_records.h"
 #include "pixmisc.h"
 
 namespace pix {
@@ -214,15 +215,11 @@ int compteFichiersDIB(const char* path, int* out) {
 int compteFichiersPPT(const char* path) {
   BlockSource src;
   if (!src.open(path)) return 0;
-  src.seekSet(512);
+  src.seekSet(kPptFirstRecord);
   int count = 0;
-  for (;;) {
-    std::uint8_t rec[8];
-    if (src.read(rec, 8) < 8) break;
-    ByteReader r(rec, 8);
-    const std::uint32_t length = r.u32leAt(4);
-    if (length == 0) break;
-    if (r.u32leAt(0) == 0xF01D46A0u) ++count;
+  std::uint32_t header = 0, length = 0;
+  while (NextPptRecord(src, header, length)) {
+    if (header == kPptJpegRecord) ++count;
     src.seekCur(length);
   }
   return count;

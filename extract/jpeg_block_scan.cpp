@@ -257,4 +257,29 @@ int RunJpegScan(const ConvertCall& call, const JpegScanRules& rules) {
   return scan.run();
 }
 
+int ExtractFromJfif(const ConvertCall& call, int skip) {
+  if (call.memoryMode()) return 0;
+  BlockSource src;
+  if (!src.open(call.source)) return 0;
+  ScanBlock block(512);
+  int seen = 0;
+  for (;;) {
+    std::size_t got = src.read(block.data(), 512);
+    if (src.eof()) return 0;
+    int p = FindPattern(static_cast<int>(got), block.data(), "JFIF");
+    if (p < 0) continue;
+    src.seekCur(-static_cast<std::int64_t>(got));
+    if (seen++ < skip) {
+      src.seekCur(p + 4);  // the search goes on right after the tag passed over
+      continue;
+    }
+    src.seekCur(p - 6);
+    Sink sink;
+    if (!sink.open(call.target)) return 0;
+    CopyToEnd(src, sink);
+    sink.close();
+    return 1;
+  }
+}
+
 }  // namespace pix

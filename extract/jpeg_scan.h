@@ -57,6 +57,11 @@ int RunJpegScan(const ConvertCall& call, const JpegScanRules& rules);
 class Sink;
 void CopyToEnd(BlockSource& src, Sink& sink);
 
+// The one-picture wrappers: passes over the first `skip` "JFIF" tags (found
+// in 512-byte blocks), then writes everything from 6 bytes before the next
+// one to the end of the source as the target. 1, or 0 without such a tag.
+int ExtractFromJfif(const ConvertCall& call, int skip);
+
 // "%s%s\\%s" from the target's drive and directory and a file name: a name
 // in the target's directory (the file name alone when the target has none).
 std::string InTargetDir(const char* target, const std::string& fileName);

@@ -15,12 +15,12 @@
 #include "common/search.h"
 #include "extract/jpeg_scan.h"
 #include "extract/jpeg_source.h"
+#include "extract/ppt_records.h"
 #include "pixmisc.h"
 
 namespace pix {
 namespace {
 
-constexpr std::uint32_t kJpegRecord = 0xF01D46A0u;
 constexpr std::uint32_t kPictureHeader = 17;
 
 // Copies the picture of the record whose body starts at the read position.
@@ -96,17 +96,13 @@ int PPTtoJPG(const char* source, const char* target, int wanted, unsigned char**
   if (memory && !out) return 0;
   BlockSource src;
   if (!src.open(source)) return 0;
-  src.seekSet(512);
+  src.seekSet(kPptFirstRecord);
   int number = 1;
   int written = 0;
-  for (;;) {
-    std::uint8_t rec[8];
-    if (src.read(rec, 8) < 8) break;
-    ByteReader r(rec, 8);
-    const std::uint32_t length = r.u32leAt(4);
-    if (length == 0) break;
+  std::uint32_t header = 0, length = 0;
+  while (NextPptRecord(src, header, length)) {
     const std::int64_t next = src.tell() + length;
-    if (r.u32leAt(0) != kJpegRecord) {
+    if (header != kPptJpegRecord) {
       src.seekCur(length);
       continue;
     }
