@@ -66,12 +66,5 @@ void PutLe(Bytes& to, std::uint32_t v, int bytes) {
   for (int i = 0; i < bytes; ++i) to.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
 }
 
-pixtest::Pnm Decode(const std::string& tool, const std::string& path) {
-  pixtest::Pnm pnm;
-  const auto r = pixtest::Run(tool + " " + pixtest::Quote(path));
-  EXPECT_EQ(r.status, 0) << tool << " " << path << ": " << r.err;
-  EXPECT_TRUE(pixtest::ParsePnm(Bytes(r.out.begin(), r.out.end()), pnm)) << tool << " " << path;
-  return pnm;
-}
 
 }  // namespace ctest

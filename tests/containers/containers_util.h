@@ -29,7 +29,5 @@ void Append(Bytes& to, const Bytes& more);
 void Append(Bytes& to, const std::string& more);
 void PutLe(Bytes& to, std::uint32_t v, int bytes);
 
-// Decodes a picture with netpbm (giftopnm, pcxtoppm, ...) into samples; fails the test when it cannot.
-pixtest::Pnm Decode(const std::string& tool, const std::string& path);
 
 }  // namespace ctest

@@ -58,7 +58,7 @@ TEST(FilmStrip, PcxtoppmReadsTheFrames) {
   ASSERT_GT(pcx.size(), 128u + 36u);
   EXPECT_EQ(Le16(pcx, 66), 100);
   EXPECT_EQ(Le16(pcx, 10), 7);
-  const pixtest::Pnm pnm = ctest::Decode("pcxtoppm", out);
+  const pixtest::Pnm pnm = pixtest::DecodeWith("pcxtoppm", out);
   ASSERT_EQ(pnm.width, 100);
   ASSERT_EQ(pnm.height, 8);
   for (std::size_t p = 0; p < 800; ++p)

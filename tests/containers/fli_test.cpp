@@ -106,7 +106,7 @@ TEST(Fli, FileModeWritesEveryFrameAndTheClosingOne) {
   for (int f = 1; f <= 4; ++f) {
     const std::string name = s.path("shots_00" + std::to_string(f) + ".ppm");
     EXPECT_EQ(pixtest::ReadFile(name), ExpectedPpm(f)) << name;
-    const pixtest::Pnm pnm = ctest::Decode("ppmtoppm <", name);
+    const pixtest::Pnm pnm = pixtest::DecodeWith("ppmtoppm <", name);
     EXPECT_EQ(pnm.width, kW);
     EXPECT_EQ(pnm.height, kH);
   }

@@ -25,8 +25,8 @@ Bytes Lay(const std::vector<std::pair<std::size_t, Bytes>>& parts, std::size_t t
 }
 
 void ExpectSamePixels(const std::string& original, const std::string& cut) {
-  const pixtest::Pnm a = ctest::Decode("giftopnm", original);
-  const pixtest::Pnm b = ctest::Decode("giftopnm", cut);
+  const pixtest::Pnm a = pixtest::DecodeWith("giftopnm", original);
+  const pixtest::Pnm b = pixtest::DecodeWith("giftopnm", cut);
   EXPECT_EQ(a.width, b.width);
   EXPECT_EQ(a.height, b.height);
   EXPECT_TRUE(a.samples == b.samples) << cut;

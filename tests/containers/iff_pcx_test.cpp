@@ -102,7 +102,7 @@ TEST(PcxArchive, WritesEachRecordAndPassesOverOversizedOnes) {
   for (int i = 0; i < 2; ++i) {
     const std::string name = s.path("pics_000" + std::to_string(i) + ".pcx");
     EXPECT_EQ(pixtest::ReadFile(name), *want[i]);
-    const pixtest::Pnm cut = ctest::Decode("pcxtoppm", name);
+    const pixtest::Pnm cut = pixtest::DecodeWith("pcxtoppm", name);
     EXPECT_EQ(cut.width, i == 0 ? 30 : 17);
   }
   EXPECT_FALSE(std::filesystem::exists(s.path("pics_0002.pcx")));

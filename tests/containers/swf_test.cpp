@@ -119,7 +119,7 @@ TEST(Swf, PlainAndCompressedMoviesGiveTheJpeg) {
   pixtest::WriteFile(s.path("plain.swf"), Movie(tags, false));
   pixtest::WriteFile(s.path("packed.swf"), Movie(tags, true));
   pixtest::WriteFile(s.path("orig.jpg"), j.whole);
-  const pixtest::Pnm original = ctest::Decode("djpeg -pnm", s.path("orig.jpg"));
+  const pixtest::Pnm original = pixtest::DecodeWith("djpeg -pnm", s.path("orig.jpg"));
   ASSERT_EQ(original.width, 16);
   for (const SwfCase& c : cases) {
     for (const char* movie : {"plain.swf", "packed.swf"}) {
@@ -127,7 +127,7 @@ TEST(Swf, PlainAndCompressedMoviesGiveTheJpeg) {
       const Bytes got = ctest::CallMemory(pix::SwfPictureExtract, s.path(movie), c.id, &n);
       EXPECT_EQ(got, c.want) << movie << " id " << c.id;
       pixtest::WriteFile(s.path("got.jpg"), got);
-      const pixtest::Pnm pnm = ctest::Decode("djpeg -pnm", s.path("got.jpg"));
+      const pixtest::Pnm pnm = pixtest::DecodeWith("djpeg -pnm", s.path("got.jpg"));
       EXPECT_TRUE(pnm.samples == original.samples) << movie << " id " << c.id;
     }
   }

@@ -108,7 +108,7 @@ TEST(AtariSt, IlbmMatchesNetpbmReadings) {
     std::string out = dir.path(std::string(c.source) + ".iff");
     ASSERT_EQ(retrotest::CliConvert(dir.path(c.source), out), 1) << c.source;
     SCOPED_TRACE(c.source);
-    ExpectSamePicture(retrotest::Decode(c.reader, dir.path(c.sourceForReader)), retrotest::Decode("ilbmtoppm", out));
+    ExpectSamePicture(pixtest::DecodeWith(c.reader, dir.path(c.sourceForReader)), pixtest::DecodeWith("ilbmtoppm", out));
   }
 }
 

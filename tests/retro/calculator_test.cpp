@@ -48,7 +48,7 @@ TEST(Grob, BmpInDisplayColours) {
   Bytes bmp = pixtest::ReadFile(dir.path("g.bmp"));
   ASSERT_EQ(bmp.size(), 62u + 1280);
   EXPECT_EQ(bmp[34] | bmp[35] << 8, 1280);
-  auto pnm = retrotest::Decode("bmptopnm", dir.path("g.bmp"));
+  auto pnm = pixtest::DecodeWith("bmptopnm", dir.path("g.bmp"));
   ASSERT_EQ(pnm.width, 131);
   ASSERT_EQ(pnm.height, 64);
   ASSERT_EQ(pnm.channels, 3);

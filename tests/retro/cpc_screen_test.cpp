@@ -45,7 +45,7 @@ std::vector<int> Pens(const Bytes& s, int mode) {
 }
 
 void ExpectPicture(const std::string& tif, const Bytes& screen, int mode, const std::vector<int>& firmware) {
-  auto pnm = retrotest::Decode("tifftopnm", tif);
+  auto pnm = pixtest::DecodeWith("tifftopnm", tif);
   ASSERT_EQ(pnm.width, mode == 2 ? 640 : 320);
   ASSERT_EQ(pnm.height, 200);
   std::vector<int> pens = Pens(screen, mode);

@@ -33,7 +33,7 @@ TEST(OricTape, SerialAttributes) {
   pixtest::Scratch dir;
   pixtest::WriteFile(dir.path("a.tap"), Tape());
   ASSERT_EQ(retrotest::CliConvert(dir.path("a.tap"), dir.path("a.ppm")), 1);
-  auto pnm = retrotest::Decode("pnmtopnm", dir.path("a.ppm"));
+  auto pnm = pixtest::DecodeWith("pnmtopnm", dir.path("a.ppm"));
   ASSERT_EQ(pnm.width, 240);
   ASSERT_EQ(pnm.height, 200);
   ASSERT_EQ(pnm.maxval, 255);

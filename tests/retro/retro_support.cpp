@@ -10,12 +10,5 @@ int CliConvert(const std::string& src, const std::string& dst) {
   return at == std::string::npos ? -1 : std::atoi(r.out.c_str() + at + 8);
 }
 
-pixtest::Pnm Decode(const std::string& tool, const std::string& path) {
-  pixtest::Pnm pnm;
-  auto r = pixtest::Run(tool + " " + pixtest::Quote(path));
-  EXPECT_EQ(r.status, 0) << tool << ": " << r.err;
-  EXPECT_TRUE(pixtest::ParsePnm(pixtest::ToBytes(r.out), pnm)) << tool << " gave no picture";
-  return pnm;
-}
 
 }  // namespace retrotest

@@ -15,9 +15,6 @@ using pixtest::Bytes;
 // Runs `pixmisc convert SRC DST`; returns the tool's result line value (or -1).
 int CliConvert(const std::string& src, const std::string& dst);
 
-// Decodes a file with a netpbm-style command ("tifftopnm", "ilbmtoppm", ...)
-// and parses the PNM it prints; fails the test when the decoder fails.
-pixtest::Pnm Decode(const std::string& tool, const std::string& path);
 
 inline void Put16le(Bytes& b, std::size_t at, unsigned v) {
   b[at] = static_cast<std::uint8_t>(v);

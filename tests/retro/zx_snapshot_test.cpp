@@ -254,7 +254,7 @@ TEST_F(ZxSnapshots, SnaGivesTheScreenThroughLibtiff) {
   PIX_REQUIRE_TOOL("tiffinfo");
   Bytes tif = Reference();
   ASSERT_EQ(tif.size(), pix::kZxTiffBytes);
-  auto pnm = retrotest::Decode("tifftopnm", dir.path("ref.tif"));
+  auto pnm = pixtest::DecodeWith("tifftopnm", dir.path("ref.tif"));
   ASSERT_EQ(pnm.width, 256);
   ASSERT_EQ(pnm.height, 192);
   ASSERT_EQ(pnm.maxval, 255);

@@ -151,6 +151,14 @@ std::vector<Sample> Samples() {
   return v;
 }
 
+Pnm DecodeWith(const std::string& tool, const std::string& path) {
+  Pnm pnm;
+  const RunResult r = Run(tool + " " + Quote(path));
+  EXPECT_EQ(r.status, 0) << tool << " " << path << ": " << r.err;
+  EXPECT_TRUE(ParsePnm(ToBytes(r.out), pnm)) << tool << " " << path << " gave no picture";
+  return pnm;
+}
+
 Bytes TakeBlock(unsigned char* block, int size) {
   Bytes b;
   if (block && size > 0) b.assign(block, block + size);

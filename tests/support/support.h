@@ -78,6 +78,10 @@ struct Sample {
 };
 std::vector<Sample> Samples();
 
+// Decodes a file with a netpbm-style command ("tifftopnm", "giftopnm", ...)
+// that writes PNM to standard output; fails the test when it cannot.
+Pnm DecodeWith(const std::string& tool, const std::string& path);
+
 // Takes a memory result, copies it and frees the block.
 Bytes TakeBlock(unsigned char* block, int size);
 
