@@ -12,10 +12,6 @@
 #include "entry/routes.h"
 #include "pixmisc.h"
 
-#ifndef PIXMISC_VERSION
-#define PIXMISC_VERSION "0"
-#endif
-
 namespace {
 
 namespace fs = std::filesystem;
@@ -214,7 +210,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (cmd == "--version") {
-    std::printf("pixmisc %s\n", PIXMISC_VERSION);
+    std::printf("pixmisc %s\n", pixVersion());
     return 0;
   }
   int n = argc - 2;

@@ -21,11 +21,16 @@ TEST(Exports, SharedLibraryExportsExactlyTheApi) {
       "pixMISC", "seeMISC", "seeMultiMISC", "compteFichiers", "compteFichiers_2", "compteFichiersPNG",
       "compteFichiersTIFF", "compteFichiersGIF", "compteFichiersBMP", "compteFichiersBMPelse", "compteFichiersDIB",
       "compteFichiersPPT", "compteFichiers_PPS_jpeg", "extract_thumbnail_from_jpeg", "PPTtoJPG", "FLItoPPM",
-      "get_nb_frames_from_flc", "get_nb_frames_from_flm", "PC1toIFF", "PGMtoASCII", "pixFree"};
+      "get_nb_frames_from_flc", "get_nb_frames_from_flm", "PC1toIFF", "PGMtoASCII", "pixFree", "pixVersion"};
   EXPECT_EQ(names, expected);
 }
 
-TEST(Exports, PixFreeTakesNull) { pixFree(nullptr); }
+TEST(Exports, PixFreeTakesNullAndTheVersionIsTheTools) {
+  pixFree(nullptr);
+  pixtest::RunResult r = pixtest::Run(std::string(pixtest::kCli) + " --version");
+  EXPECT_EQ(r.out, std::string("pixmisc ") + pixVersion() + "\n");
+  EXPECT_STRNE(pixVersion(), "");
+}
 
 struct CliCase {
   std::string args;
