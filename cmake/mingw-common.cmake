@@ -29,6 +29,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
+set(ZLIB_USE_STATIC_LIBS ON)  # libz.a, not the import library libz.dll.a
 
 # libgcc, libstdc++ and winpthread linked in
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")

@@ -1,9 +1,11 @@
 /* A Windows host of pixmisc.dll, as the viewer uses it: loads the DLL with
  * LoadLibraryA, looks every export up with GetProcAddress and calls them as
  * C-convention function pointers. Converts every sample of SAMPLES\*.list
- * (first two columns: source and target name) into OUT\<list>-<stem>\<target>,
- * with that folder as working directory, then the first sample once more
- * into a folder with an 8-bit code-page name (OUT\cp-\xe9t\xe9). After
+ * (first two columns: source and target name) into OUT\<list>-<source>\<target>,
+ * with that folder as working directory and the source copied there (some
+ * converters name what they write after the source path as given, so both
+ * systems get the same bare name); then the first sample once more from its
+ * full path into a folder with an 8-bit code-page name (OUT\cp-\xe9t\xe9). After
  * FreeLibrary no private temporary folder of this process may be left.
  *
  * Usage: host.exe DLL SAMPLES OUT       (Windows paths)
@@ -25,11 +27,15 @@ static const char *const kExports[] = {
     "pixFree", "pixVersion"};
 
 static ConvertFn convert;
+
+/* GetProcAddress's result as the function type it really is */
+static void *Export(HMODULE dll, const char *name) { return (void *)(INT_PTR)GetProcAddress(dll, name); }
 static int failures;
 
-/* OUT\FOLDER\TARGET from SAMPLES\SOURCE, run from OUT\FOLDER */
+/* OUT\FOLDER\TARGET from SAMPLES\SOURCE, run from OUT\FOLDER; with COPY the
+ * source is copied there first and given by its bare name */
 static void ConvertOne(const char *samples, const char *out, const char *folder, const char *source,
-                       const char *target) {
+                       const char *target, int copy) {
   char dir[MAX_PATH], src[MAX_PATH], dst[MAX_PATH];
   snprintf(dir, sizeof dir, "%s\\%s", out, folder);
   snprintf(src, sizeof src, "%s\\%s", samples, source);
@@ -38,6 +44,16 @@ static void ConvertOne(const char *samples, const char *out, const char *folder,
     printf("cannot make %s\n", dir);
     ++failures;
     return;
+  }
+  if (copy) {
+    char there[MAX_PATH];
+    snprintf(there, sizeof there, "%s\\%s", dir, source);
+    if (!CopyFileA(src, there, FALSE)) {
+      printf("cannot copy %s\n", src);
+      ++failures;
+      return;
+    }
+    snprintf(src, sizeof src, "%s", source);
   }
   char previous[MAX_PATH];
   GetCurrentDirectoryA(sizeof previous, previous);
@@ -58,12 +74,8 @@ static void ConvertList(const char *samples, const char *out, const char *list, 
   while (fgets(line, sizeof line, f)) {
     char source[MAX_PATH], target[MAX_PATH], folder[MAX_PATH * 2];
     if (line[0] == '#' || sscanf(line, "%259s %259s", source, target) != 2) continue;
-    char name[MAX_PATH];
-    snprintf(name, sizeof name, "%s", source);
-    char *dot = strrchr(name, '.');
-    if (dot) *dot = 0;
-    snprintf(folder, sizeof folder, "%s-%s", stem, name);
-    ConvertOne(samples, out, folder, source, target);
+    snprintf(folder, sizeof folder, "%s-%s", stem, source);
+    ConvertOne(samples, out, folder, source, target, 1);
     if (!*first_src) {
       strcpy(first_src, source);
       strcpy(first_dst, target);
@@ -88,10 +100,10 @@ int main(int argc, char **argv) {
       ++failures;
     }
   }
-  convert = (ConvertFn)GetProcAddress(dll, "pixMISC");
-  VersionFn version = (VersionFn)GetProcAddress(dll, "pixVersion");
-  PreviewFn preview = (PreviewFn)GetProcAddress(dll, "seeMISC");
-  FreeFn release = (FreeFn)GetProcAddress(dll, "pixFree");
+  convert = (ConvertFn)Export(dll, "pixMISC");
+  VersionFn version = (VersionFn)Export(dll, "pixVersion");
+  PreviewFn preview = (PreviewFn)Export(dll, "seeMISC");
+  FreeFn release = (FreeFn)Export(dll, "pixFree");
   if (!convert || !version || !preview || !release) return 1;
   printf("pixmisc %s\n", version());
 
@@ -116,7 +128,7 @@ int main(int argc, char **argv) {
       }
     for (int i = 0; i < n; ++i) ConvertList(argv[2], argv[3], names[i], first_src, first_dst);
   }
-  if (*first_src) ConvertOne(argv[2], argv[3], "cp-\xe9t\xe9", first_src, first_dst);
+  if (*first_src) ConvertOne(argv[2], argv[3], "cp-\xe9t\xe9", first_src, first_dst, 0);
 
   /* a preview block comes back through the pointer and goes back with pixFree */
   unsigned char *block = NULL;
