@@ -2,7 +2,8 @@
  * LoadLibraryA, looks every export up with GetProcAddress and calls them as
  * C-convention function pointers. Converts every sample of SAMPLES\*.list
  * (first two columns: source and target name) into OUT\<list>-<source>\<target>,
- * with that folder as working directory and the source copied there (some
+ * with that folder as working directory and the source copied there with
+ * the samples of the same stem, its side files (some
  * converters name what they write after the source path as given, so both
  * systems get the same bare name); then the first sample once more from its
  * full path into a folder with an 8-bit code-page name (OUT\cp-\xe9t\xe9). After
@@ -46,12 +47,24 @@ static void ConvertOne(const char *samples, const char *out, const char *folder,
     return;
   }
   if (copy) {
-    char there[MAX_PATH];
-    snprintf(there, sizeof there, "%s\\%s", dir, source);
-    if (!CopyFileA(src, there, FALSE)) {
-      printf("cannot copy %s\n", src);
-      ++failures;
-      return;
+    char stem[MAX_PATH], pattern[MAX_PATH * 2];
+    snprintf(stem, sizeof stem, "%s", source);
+    char *dot = strrchr(stem, '.');
+    if (dot) *dot = 0;
+    snprintf(pattern, sizeof pattern, "%s\\%s.*", samples, stem);
+    WIN32_FIND_DATAA found;
+    HANDLE h = FindFirstFileA(pattern, &found);
+    if (h != INVALID_HANDLE_VALUE) {
+      do {
+        char from[MAX_PATH * 2], to[MAX_PATH * 2];
+        snprintf(from, sizeof from, "%s\\%s", samples, found.cFileName);
+        snprintf(to, sizeof to, "%s\\%s", dir, found.cFileName);
+        if (!CopyFileA(from, to, FALSE)) {
+          printf("cannot copy %s\n", from);
+          ++failures;
+        }
+      } while (FindNextFileA(h, &found));
+      FindClose(h);
     }
     snprintf(src, sizeof src, "%s", source);
   }
