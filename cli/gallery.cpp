@@ -119,6 +119,9 @@ void WriteGallery(const std::string& outDir, const std::vector<FileReport>& file
     }
   }
   html << "</body></html>\n";
+#ifdef PIXMISC_HAVE_MAGICK
+  MagickCoreTerminus();
+#endif
 }
 
 }  // namespace pixcli
