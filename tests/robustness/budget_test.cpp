@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 using pixtest::Bytes;
 
 void Put(Bytes& b, std::uint32_t v, int n) {
-  for (int i = 0; i < n; ++i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
+  for (int i = 0; i < n; ++i) b.push_back(static_cast<std::uint8_t>(i < 4 ? v >> (8 * i) : 0));
 }
 
 // A shape archive whose directory sends every one of `entries` names to the
