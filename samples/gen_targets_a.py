@@ -1,0 +1,285 @@
+#!/usr/bin/python3
+"""Writes the targets-a samples next to this script: FBM, ITEX, ICS, Portfolio
+PGC, Intergraph, GIMP pixmap brush, Amica Paint, DIV FPG and JIF pictures,
+each with the reference picture it shows (ref/*.png) and its row in
+targets_a.list. Everything is made here from ImageMagick's built-in rose and
+text set by netpbm; nothing is taken from other programs' files."""
+import gzip
+import io
+import os
+import struct
+import subprocess
+import zlib
+
+from PIL import Image
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROWS = []
+
+
+def write(name, data):
+    with open(os.path.join(HERE, name), "wb") as f:
+        f.write(data)
+
+
+def ref(name, img):
+    os.makedirs(os.path.join(HERE, "ref"), exist_ok=True)
+    img.save(os.path.join(HERE, "ref", name + ".png"))
+    return "ref/%s.png" % name
+
+
+def row(source, target, *words):
+    ROWS.append(" ".join((source, target) + words))
+
+
+def rose(size=None):
+    img = Image.open(io.BytesIO(subprocess.run(["convert", "rose:", "-depth", "8", "ppm:-"], check=True,
+                                               stdout=subprocess.PIPE).stdout)).convert("RGB")
+    return img.resize(size, Image.NEAREST) if size else img
+
+
+def grey_levels(img):
+    return [(r * 299 + g * 587 + b * 114) // 1000 for r, g, b in img.getdata()]
+
+
+def text_bits(text, width, height, left, top):
+    """Bilevel picture of text set by netpbm's built-in font (1 = ink)."""
+    pbm = subprocess.run(["pbmtext", "-builtin", "bdf", text], check=True, stdout=subprocess.PIPE).stdout
+    glyphs = Image.open(io.BytesIO(pbm)).convert("L")
+    bits = [[0] * width for _ in range(height)]
+    for y in range(glyphs.height):
+        for x in range(glyphs.width):
+            if 0 <= y + top < height and 0 <= x + left < width and glyphs.getpixel((x, y)) == 0:
+                bits[y + top][x + left] = 1
+    return bits
+
+
+def bilevel_ref(bits):
+    img = Image.new("L", (len(bits[0]), len(bits)))
+    img.putdata([0 if b else 255 for line in bits for b in line])
+    return img
+
+
+def field(value, size):
+    return str(value).encode().ljust(size, b"\0")
+
+
+def fbm_header(cols, rows, planes, bits, rowlen, plnlen, clrlen, title):
+    h = (b"%bitmap\0" + field(cols, 8) + field(rows, 8) + field(planes, 8) + field(bits, 8) + field(8, 8) +
+         field(rowlen, 12) + field(plnlen, 12) + field(clrlen, 12) + field("1.0", 12) + field(title, 80) +
+         field("made by gen_targets_a.py", 80))
+    assert len(h) == 256
+    return h
+
+
+def fbm_samples():
+    # Colour-mapped (".cbm"): the rose in 16 colours, rows padded to an even length.
+    img = rose().quantize(16, dither=Image.Dither.NONE)
+    w, h = img.size
+    pal = img.getpalette()[:48]
+    rowlen, plnlen = w + 2, (w + 2) * h + 6
+    plane = bytearray(plnlen)
+    for y in range(h):
+        for x in range(w):
+            plane[y * rowlen + x] = img.getpixel((x, y))
+    cmap = bytes(pal[0::3]) + bytes(pal[1::3]) + bytes(pal[2::3])
+    data = fbm_header(w, h, 1, 8, rowlen, plnlen, 48, "rose") + cmap + bytes(plane)
+    write("targets_a_rose.cbm", data)
+    r = ref("targets_a_rose_cbm", img.convert("RGB"))
+    row("targets_a_rose.cbm", "rose.sun", "decoder=rasttopnm", "ref=" + r, "bad=0:2578", "bad=cut:2000",
+        "bad=8:3939393939", "bad=72:393939")
+    # Three planes (".fbm"): the rose in RGB, rows padded by one byte.
+    rgb = rose((35, 23))
+    w, h = rgb.size
+    rowlen = w + 1
+    plnlen = rowlen * h
+    planes = b""
+    for c in range(3):
+        p = bytearray(plnlen)
+        for y in range(h):
+            for x in range(w):
+                p[y * rowlen + x] = rgb.getpixel((x, y))[c]
+        planes += bytes(p)
+    write("targets_a_planes.fbm", fbm_header(w, h, 3, 8, rowlen, plnlen, 0, "rose") + planes)
+    r = ref("targets_a_rose_fbm", rgb)
+    row("targets_a_planes.fbm", "planes.sun", "decoder=rasttopnm", "ref=" + r, "bad=1:42", "bad=cut:1500",
+        "bad=16:3939393939393939")
+
+
+def itex_sample():
+    img = rose()
+    w, h = img.size
+    levels = [g * 16 for g in grey_levels(img)]  # 12 significant bits, as cameras write
+    comment = b"[Application]\r\nDate=01-01-2000,Time=00:00:00\r\n\0"
+    header = b"IM" + struct.pack("<6H", len(comment), w, h, 0, 0, 2) + bytes(50)
+    calibration = struct.pack("<%df" % (w + h), *([0.5] * (w + h)))
+    write("targets_a_camera.img", header + comment + struct.pack("<%dH" % len(levels), *levels) + calibration)
+    lo, hi = min(levels), max(levels)
+    out = Image.new("L", (w, h))
+    out.putdata([((v - lo) * 255 + (hi - lo) // 2) // (hi - lo) for v in levels])
+    r = ref("targets_a_camera", out)
+    row("targets_a_camera.img", "camera.pgm", "decoder=pnmtopnm", "ref=" + r, "bad=0:584D", "bad=12:0100",
+        "bad=cut:4000", "bad=4:FFFF")
+
+
+def pgc_pack(raw):
+    out, i = bytearray(b"PG\x01"), 0
+    while i < len(raw):
+        run = 1
+        while i + run < len(raw) and raw[i + run] == raw[i] and run < 127:
+            run += 1
+        if run >= 3:
+            out += bytes([0x80 | run, raw[i]])
+            i += run
+            continue
+        j = i
+        while j < len(raw) and j - i < 127 and not (j + 2 < len(raw) and raw[j] == raw[j + 1] == raw[j + 2]):
+            j += 1
+        out += bytes([j - i]) + raw[i:j]
+        i = j
+    return bytes(out)
+
+
+def pgc_sample():
+    bits = text_bits("Portfolio", 240, 64, 80, 8)
+    for x in range(240):  # a frame around the text, and a diagonal
+        bits[0][x] = bits[63][x] = 1
+    for y in range(64):
+        bits[y][0] = bits[y][239] = 1
+        bits[y][y * 3] = 1
+    raw = bytes(sum(bits[y][x * 8 + k] << (7 - k) for k in range(8)) for y in range(64) for x in range(30))
+    write("targets_a_palmtop.pgc", pgc_pack(raw))
+    r = ref("targets_a_palmtop", bilevel_ref(bits))
+    row("targets_a_palmtop.pgc", "palmtop.pbm", "decoder=pnmtopnm", "ref=" + r, "bad=0:4A47", "bad=2:02",
+        "bad=cut:2")
+
+
+def itg_runs(line):
+    runs, x, ink = [], 0, 0
+    while x < len(line):
+        n = 0
+        while x < len(line) and line[x] == ink:
+            n += 1
+            x += 1
+        runs.append(n)
+        ink ^= 1
+    if len(runs) % 2 == 0:
+        runs.append(0)  # lines end on a background run
+    return runs
+
+
+def itg_header(w, h, orientation):
+    hdr = bytearray(1024)
+    hdr[0:2] = b"\x08\x09"
+    struct.pack_into("<HHH", hdr, 2, 510, 9, 0)
+    struct.pack_into("<II", hdr, 184, w, h)
+    hdr[194] = orientation
+    hdr[511] = 3
+    return bytes(hdr)
+
+
+def itg_samples():
+    img = rose()
+    w, h = img.size
+    g = grey_levels(img)
+    bits = [[1 if g[y * w + x] < 110 else 0 for x in range(w)] for y in range(h)]
+    body = b""
+    for y in range(h):  # plain runs, rows top to bottom
+        runs = itg_runs(bits[y])
+        body += struct.pack("<%dH" % len(runs), *runs)
+    write("targets_a_drawing.itg", itg_header(w, h, 4) + body)
+    r = ref("targets_a_drawing", bilevel_ref(bits))
+    row("targets_a_drawing.itg", "drawing.pbm", "decoder=pnmtopnm", "ref=" + r, "bad=0:0909", "bad=4:1800",
+        "bad=cut:600", "bad=184:FFFFFF00")
+    body = b""
+    for n, y in enumerate(reversed(range(h))):  # line headers, rows bottom to top
+        runs = itg_runs(bits[y])
+        body += struct.pack("<4H", 0x5900, 2 + len(runs), n + 1, 0) + struct.pack("<%dH" % len(runs), *runs)
+    write("targets_a_scan.itg", itg_header(w, h, 6) + body)
+    row("targets_a_scan.itg", "scan.pbm", "decoder=pnmtopnm", "ref=" + r, "bad=194:00", "bad=cut:1000",
+        "bad=188:00000100")
+
+
+def gpb_sample():
+    img = rose((32, 24))
+    w, h = img.size
+    mask = bytes(min(255, (x * 8 + y * 4)) for y in range(h) for x in range(w))
+    name = b"rose\0"
+    brush = struct.pack(">5I4sI", 28 + len(name), 2, w, h, 1, b"GIMP", 25) + name + mask
+    pattern = struct.pack(">5I4s", 24 + len(name), 1, w, h, 3, b"GPAT") + name + img.tobytes()
+    write("targets_a_brush.gpb", brush + pattern)
+    r = ref("targets_a_brush", img)
+    row("targets_a_brush.gpb", "brush.tga", "decoder=tgatoppm", "ref=" + r, "bad=20:4A554E4B", "bad=cut:800",
+        "bad=8:00FFFFFF", "bad=4:00000009")
+
+
+C64 = [(0, 0, 0), (255, 255, 255), (136, 0, 0), (170, 255, 238), (204, 68, 204), (0, 204, 85), (0, 0, 170),
+       (238, 238, 119), (221, 136, 85), (102, 68, 0), (255, 119, 119), (51, 51, 51), (119, 119, 119),
+       (170, 255, 102), (0, 136, 255), (187, 187, 187)]
+
+
+def amica_pack(data):
+    out, i = bytearray(b"\x00\x40"), 0
+    while i < len(data):
+        run = 1
+        while i + run < len(data) and data[i + run] == data[i] and run < 255:
+            run += 1
+        if run >= 3 or data[i] == 0xC2:
+            out += bytes([0xC2, run, data[i]])
+            i += run
+        else:
+            out.append(data[i])
+            i += 1
+    return bytes(out + b"\xC2\x00")
+
+
+def koala_picture(body):
+    """The 160 x 200 multicolour picture a Koala body shows (C64 colours)."""
+    img = Image.new("RGB", (160, 200))
+    for cy in range(25):
+        for cx in range(40):
+            cell = cy * 40 + cx
+            screen, colour = body[8000 + cell], body[9000 + cell]
+            colours = [body[10000] & 15, screen >> 4, screen & 15, colour & 15]
+            for line in range(8):
+                b = body[cell * 8 + line]
+                for k in range(4):
+                    img.putpixel((cx * 4 + k, cy * 8 + line), C64[colours[(b >> (6 - 2 * k)) & 3]])
+    return img
+
+
+def amica_sample():
+    g = grey_levels(rose((160, 200)))
+    image = bytearray(10257)
+    for cy in range(25):
+        for cx in range(40):
+            cell = cy * 40 + cx
+            image[8000 + cell] = (11 << 4) | 12  # dark grey, grey
+            image[9000 + cell] = 1 if (cx + cy) % 2 else 15  # white or light grey
+            for line in range(8):
+                b = 0
+                for k in range(4):
+                    b = b << 2 | min(3, g[(cy * 8 + line) * 160 + cx * 4 + k] // 64)
+                image[cell * 8 + line] = b
+    image[10000] = 0
+    image[10001:] = bytes(range(256))  # the colour-rotation table
+    write("targets_a_c64.ami", amica_pack(bytes(image)))
+    # No Debian program reads Koala files: the reference is this generator's own
+    # reading of the expected Koala body; the row has no decoder.
+    ref("targets_a_c64", koala_picture(bytes(image[:10001])))
+    row("targets_a_c64.ami", "c64.koa", "bad=cut:200", "bad=cut:1")
+
+
+def main():
+    fbm_samples()
+    itex_sample()
+    pgc_sample()
+    itg_samples()
+    gpb_sample()
+    amica_sample()
+    with open(os.path.join(HERE, "targets_a.list"), "w") as f:
+        f.write("\n".join(ROWS) + "\n")
+
+
+if __name__ == "__main__":
+    main()
