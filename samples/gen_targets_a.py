@@ -270,6 +270,99 @@ def amica_sample():
     row("targets_a_c64.ami", "c64.koa", "bad=cut:200", "bad=cut:1")
 
 
+def ics_samples():
+    # Version 1.0: a header and the 16-bit big-endian samples in the ".ids" beside it.
+    img = rose()
+    w, h = img.size
+    levels = [g * 200 + 7 for g in grey_levels(img)]
+    text = ("\t\nics_version\t1.0\nfilename\ttargets_a_cells\nlayout\tparameters\t3\nlayout\torder\tbits\tx\ty\n"
+            "layout\tsizes\t16\t%06d\t%06d\nlayout\tcoordinates\tvideo\nlayout\tsignificant_bits\t16\n"
+            "representation\tformat\tinteger\nrepresentation\tsign\tunsigned\n"
+            "representation\tcompression\tuncompressed\nrepresentation\tbyte_order\t2\t1\nend\n" % (w, h))
+    write("targets_a_cells.ics", text.encode())
+    write("targets_a_cells.ids", struct.pack(">%dH" % len(levels), *levels))
+    lo, hi = min(levels), max(levels)
+    out = Image.new("L", (w, h))
+    out.putdata([int((v - lo) * 255.0 / (hi - lo) + 0.5) for v in levels])
+    r = ref("targets_a_cells", out)
+    at = text.index("%06d" % w)
+    row("targets_a_cells.ics", "cells.dib", "decoder=bmptopnm", "ref=" + r, "bad=2:58", "bad=cut:200",
+        "bad=%d:393939393939" % at)
+    # Version 2.0: colour channels first, gzip-compressed samples after the header.
+    rgb = rose((35, 23))
+    w, h = rgb.size
+    text = ("\t\r\nics_version\t2.0\r\nfilename\ttargets_a_colour\r\nlayout\tparameters\t4\r\n"
+            "layout\torder\tbits\tch\tx\ty\r\nlayout\tsizes\t8\t3\t%06d\t%06d\r\n"
+            "representation\tformat\tinteger\r\nrepresentation\tsign\tunsigned\r\n"
+            "representation\tcompression\tgzip\r\nend\r\n" % (w, h))
+    data = text.encode() + gzip.compress(rgb.tobytes(), mtime=0)
+    write("targets_a_colour.ics", data)
+    r = ref("targets_a_colour", rgb)
+    at = text.index("%06d" % w)
+    row("targets_a_colour.ics", "colour.dib", "decoder=bmptopnm", "ref=" + r, "bad=5:58", "bad=cut:%d" % (len(data) - 300),
+        "bad=%d:393939393939" % at)
+
+
+def fpg_record(code, img, name):
+    w, h = img.size
+    pixels = img.tobytes()
+    return (struct.pack("<II", code, 64 + 4 + len(pixels)) + name.encode().ljust(32, b"\0") +
+            (name[:8] + ".map").encode().ljust(12, b"\0") + struct.pack("<IIIhh", w, h, 1, w // 2, h // 2) + pixels)
+
+
+def fpg_sample():
+    full = rose().quantize(64, dither=Image.Dither.NONE)
+    pal6 = [v >> 2 for v in full.getpalette()[:192]] + [0] * (768 - 192)
+    small = full.resize((35, 23), Image.NEAREST)
+    data = (b"fpg\x1a\x0d\x0a\x00\x00" + bytes(pal6) + bytes(576) + fpg_record(1, full, "rose") +
+            fpg_record(7, small, "small rose"))
+    write("targets_a_pics.fpg", data)
+    refs = []
+    for n, img in enumerate((full, small)):
+        shown = Image.new("RGB", img.size)
+        shown.putdata([tuple(4 * pal6[3 * i + c] for c in range(3)) for i in img.getdata()])
+        refs.append(ref("targets_a_pics_%d" % (n + 1), shown))
+    row("targets_a_pics.fpg", "pics.png", "decoder=pngtopnm", "ref=" + refs[0], "result=2",
+        "file=targets_a_pics_0001.png", "bad=0:787878", "bad=cut:1000", "bad=1404:FFFF0000")
+    row("targets_a_pics.fpg", "pics.png", "decoder=pngtopnm", "ref=" + refs[1], "result=2",
+        "file=targets_a_pics_0002.png")
+
+
+def sub_blocks(data):
+    out = b""
+    for i in range(0, len(data), 255):
+        out += bytes([len(data[i:i + 255])]) + data[i:i + 255]
+    return out + b"\0"
+
+
+def jif_samples():
+    img = rose().quantize(16, dither=Image.Dither.NONE)
+    w, h = img.size
+    r = ref("targets_a_rose_jif", img.convert("RGB"))
+    buf = io.BytesIO()
+    img.save(buf, "GIF")
+    gif = buf.getvalue()
+    # GIF-coded data under the JIF signature.
+    write("targets_a_lzw.jif", b"JIF99a" + gif[6:])
+    width_at = gif.index(b"\x2c\x00\x00\x00\x00") + 5  # the image's width
+    row("targets_a_lzw.jif", "lzw.gif", "decoder=giftopnm", "ref=" + r, "bad=0:474946", "bad=cut:40",
+        "bad=%d:FFFF" % width_at, "bad=%d:FFFF" % (len(gif) - 40))
+    # Deflate-coded indices.
+    pal = bytes(img.getpalette()[:48])
+    data = (b"JIF99a" + struct.pack("<HHBBB", w, h, 0x80 | 3, 0, 0) + pal +
+            b"\x2c" + struct.pack("<HHHHB", 0, 0, w, h, 0) + b"\x04" + sub_blocks(zlib.compress(img.tobytes(), 9)) +
+            b"\x3b")
+    write("targets_a_deflate.jif", data)
+    row("targets_a_deflate.jif", "deflate.gif", "decoder=giftopnm", "ref=" + r, "bad=0:4A4946383961",
+        "bad=cut:100", "bad=%d:FFFF" % (6 + 7 + 48 + 5))
+    # An HRU file that carries a GIF.
+    hru = b"5KP51]*grr\x80\x83\x85" + bytes(range(64)) + gif + b"\0" * 32
+    write("targets_a_carrier.hru", hru)
+    at = hru.index(gif[:6])
+    row("targets_a_carrier.hru", "carrier.gif", "decoder=giftopnm", "ref=" + r, "bad=%d:4A4946" % at,
+        "bad=cut:%d" % (at + 40), "bad=%d:FFFF" % (at + width_at))
+
+
 def main():
     fbm_samples()
     itex_sample()
@@ -277,6 +370,9 @@ def main():
     itg_samples()
     gpb_sample()
     amica_sample()
+    ics_samples()
+    fpg_sample()
+    jif_samples()
     with open(os.path.join(HERE, "targets_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
