@@ -4,7 +4,6 @@
 
 namespace pix {
 
-int Dc2ToTga(const ConvertCall&) { return 0; }
 int BinToGif(const ConvertCall&) { return 0; }
 int ScmToWav(const ConvertCall&) { return 0; }
 int BmpToPms(const ConvertCall&) { return 0; }

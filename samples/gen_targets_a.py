@@ -363,6 +363,96 @@ def jif_samples():
         "bad=cut:%d" % (at + 40), "bad=%d:FFFF" % (at + width_at))
 
 
+def dc2_look(cells):
+    """The camera's picture from 243 x 512 cells: the same steps as the
+    converter, written again here (the only reader of these files)."""
+    import math
+    W, H = 512, 243
+    c = [max(v, 2) for v in cells]
+    rgb = []
+    for y in range(H):
+        for x in range(W):
+            own = float(c[y * W + x])
+            side = (c[y * W + (x - 1 if x > 0 else x + 1)] + c[y * W + (x + 1 if x < W - 1 else x - 1)]) / 2
+            vert = (c[(y - 1 if y > 0 else y + 1) * W + x] + c[(y + 1 if y < H - 1 else y - 1) * W + x]) / 2
+            if y % 2 and x % 2:
+                r = (2 * (own - side) + vert) / 5; g = (vert - r) / 2; b = side - 2 * g
+            elif y % 2:
+                r = (3 * side - own - vert) / 5; g = 2 * r - side + own; b = own - 2 * g
+            elif x % 2:
+                b = (3 * side - vert - own) / 5; g = (side - vert + own - b) / 2; r = own - 2 * g
+            else:
+                b = (vert - 2 * (side - own)) / 5; g = (vert - b) / 2; r = side - 2 * g
+            rgb.append([max(r, 0.0) * 0.64, max(g, 0.0) * 0.58, max(b, 0.0)])
+    lum = [0.3 * p[0] + 0.6 * p[1] + 0.1 * p[2] for y in range(1, 242) for p in rgb[y * W + 2:y * W + 502]]
+    most = max(lum)
+    bins = [0] * 4096
+    for l in lum:
+        bins[min(4095, int(l / most * 4095))] += 1
+    cut = len(lum) * 0.005
+    low, total = 0, 0.0
+    while low < 4095:
+        total += bins[low]
+        if total >= cut:
+            break
+        low += 1
+    high, total = 4095, 0.0
+    while high > 0:
+        total += bins[high]
+        if total >= cut:
+            break
+        high -= 1
+    lo, hi = low * most / 4095, high * most / 4095
+    if hi <= lo:
+        hi = lo + 1
+    for p in rgb:
+        for i in range(3):
+            v = p[i]
+            p[i] = 0 if v <= lo else 255 if v >= hi else min(255.0, math.floor(256 * math.sqrt((v - lo) / (hi - lo)) + 0.5))
+    step = 241 / 375
+    out = []
+    for k in range(375):
+        top, bottom = k * step, (k + 1) * step
+        for x in range(496):
+            sums = [0.0, 0.0, 0.0]
+            s = int(top)
+            while s < 241 and s < bottom:
+                weight = min(s + 1, bottom) - max(s, top)
+                p = rgb[(s + 1) * W + x + 4]
+                for i in range(3):
+                    sums[i] += p[i] * weight
+                s += 1
+            out.append(tuple(int(min(max(math.floor(v / step + 0.5), 0), 255)) for v in sums))
+    img = Image.new("RGB", (496, 375))
+    img.putdata(out)
+    return img
+
+
+def dc2_samples():
+    src = rose((512, 243))
+    cells = []
+    for y in range(243):
+        for x in range(512):
+            r, g, b = (v // 4 for v in src.getpixel((x, y)))
+            cells.append((2 * r + g + b if x % 2 else 2 * g + b) if y % 2 else (r + 2 * g if x % 2 else r + g + 2 * b))
+    write("targets_a_dc20.dc2", bytes(512) + bytes(cells))
+    r = ref("targets_a_dc20", dc2_look(cells))
+    row("targets_a_dc20.dc2", "dc20.tga", "decoder=tgatoppm", "ref=" + r, "bad=cut:60000",
+        "bad=124928:00")
+    # Two thumbnails: the rose and the rose upside down.
+    thumbs, shown = b"", Image.new("RGB", (80, 128))
+    for n, img in enumerate((rose((80, 60)), rose((80, 60)).transpose(Image.FLIP_TOP_BOTTOM))):
+        g = grey_levels(img)
+        thumbs += bytes(g) + bytes(5120 - 4800)
+        most = max(g)
+        for i, v in enumerate(g):
+            t = 255 - (255 - 255 * v // most) ** 2 // 255
+            shown.putpixel((i % 80, n * 64 + i // 80), (t, t, t))
+    write("targets_a_thumbs.dc2", thumbs)
+    r = ref("targets_a_thumbs_dc2", shown)
+    row("targets_a_thumbs.dc2", "thumbs.tga", "decoder=tgatoppm", "ref=" + r, "bad=cut:5000", "bad=10240:00")
+
+
 def main():
     fbm_samples()
     itex_sample()
@@ -373,6 +463,7 @@ def main():
     ics_samples()
     fpg_sample()
     jif_samples()
+    dc2_samples()
     with open(os.path.join(HERE, "targets_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
