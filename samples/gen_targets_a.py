@@ -120,6 +120,16 @@ def itex_sample():
     r = ref("targets_a_camera", out)
     row("targets_a_camera.img", "camera.pgm", "decoder=pnmtopnm", "ref=" + r, "bad=0:584D", "bad=12:0100",
         "bad=cut:4000", "bad=4:FFFF")
+    # A GE Genesis image, 16-bit with a display window.
+    g16 = [g * 10 for g in grey_levels(img)]
+    window, level = 1600, 1000
+    header = b"IMGF" + struct.pack(">7I", 64, w, h, 16, 1, window, level) + bytes(32)
+    write("targets_a_scanner.img", header + struct.pack(">%dH" % len(g16), *g16))
+    out = Image.new("L", (w, h))
+    out.putdata([min(255, max(0, (v - (level - window // 2)) * 255 // window)) for v in g16])
+    r = ref("targets_a_scanner", out)
+    row("targets_a_scanner.img", "scanner.pgm", "decoder=pnmtopnm", "ref=" + r, "bad=20:00000003",
+        "bad=cut:3000", "bad=8:00010000")
 
 
 def pgc_pack(raw):
@@ -326,6 +336,10 @@ def fpg_sample():
         "file=targets_a_pics_0001.png", "bad=0:787878", "bad=cut:1000", "bad=1404:FFFF0000")
     row("targets_a_pics.fpg", "pics.png", "decoder=pngtopnm", "ref=" + refs[1], "result=2",
         "file=targets_a_pics_0002.png")
+    # The same archive as clone tools write it, gzip-compressed.
+    write("targets_a_packed.fpg", gzip.compress(data, mtime=0))
+    row("targets_a_packed.fpg", "packed.png", "decoder=pngtopnm", "ref=" + refs[1], "result=2",
+        "file=targets_a_packed_0002.png", "bad=cut:500")
 
 
 def sub_blocks(data):
