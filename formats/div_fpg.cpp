@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::uint32_t kDivLimit = 8192;
 constexpr std::uint32_t kMostPoints = 4096;
-constexpr std::size_t kMostInflated = std::size_t(1) << 30;
+constexpr std::size_t kMostInflated = std::size_t(256) << 20;  // a few of the largest pictures
 
 bool Gunzip(const Bytes& packed, Bytes& out) {
   z_stream z{};

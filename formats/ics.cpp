@@ -120,6 +120,8 @@ std::string NameOf(const std::string& path) {
 
 // Inflates a gzip stream until `need` bytes are out (the first plane).
 bool Gunzip(const ByteReader& packed, std::size_t need, Bytes& out) {
+  // Deflate packs at most about 1032 bytes into one.
+  if (need / 1032 > packed.size()) return false;
   out.assign(need, 0);
   z_stream z{};
   if (inflateInit2(&z, 15 + 32) != Z_OK) return false;

@@ -24,6 +24,8 @@
 namespace pix {
 namespace {
 
+constexpr std::uint64_t kDeflateRatio = 1032;
+
 struct JifImage {
   std::uint16_t width = 0, height = 0;
   bool interlaced = false;
@@ -74,6 +76,8 @@ bool FirstImage(const Bytes& file, JifImage& img) {
 // The deflate coding: exactly width x height indices, rows in stored order.
 bool Inflated(const JifImage& jif, Image& img) {
   if (jif.data.size() < 2 || jif.data[0] != 0x78 || (jif.data[0] * 256 + jif.data[1]) % 31 != 0) return false;
+  // Deflate packs at most about 1032 bytes into one: no larger picture can be in the data.
+  if (std::uint64_t(jif.width) * jif.height > std::uint64_t(jif.data.size()) * kDeflateRatio) return false;
   if (!img.allocate(jif.width, jif.height, 1)) return false;
   Bytes stored(img.pixels.size() + 1);
   uLongf got = static_cast<uLongf>(stored.size());

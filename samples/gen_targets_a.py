@@ -336,6 +336,18 @@ def fpg_sample():
         "file=targets_a_pics_0001.png", "bad=0:787878", "bad=cut:1000", "bad=1404:FFFF0000")
     row("targets_a_pics.fpg", "pics.png", "decoder=pngtopnm", "ref=" + refs[1], "result=2",
         "file=targets_a_pics_0002.png")
+    # 16-bit pictures (5:6:5 words, 0 transparent).
+    rgb = rose((35, 23))
+    words = [max(1, (r >> 3) << 11 | (g >> 2) << 5 | b >> 3) for r, g, b in rgb.getdata()]
+    pixels = struct.pack("<%dH" % len(words), *words)
+    record = (struct.pack("<II", 3, 64 + len(pixels)) + b"rose".ljust(32, b"\0") + b"rose.map".ljust(12, b"\0") +
+              struct.pack("<III", 35, 23, 0) + pixels)
+    write("targets_a_deep.fpg", b"f16\x1a\x0d\x0a\x00\x00" + record)
+    shown = Image.new("RGB", rgb.size)
+    shown.putdata([((p >> 11) << 3, ((p >> 5) & 63) << 2, (p & 31) << 3) for p in words])
+    r = ref("targets_a_deep", shown)
+    row("targets_a_deep.fpg", "deep.png", "decoder=pngtopnm", "ref=" + r, "result=1", "bad=0:663332",
+        "bad=cut:1000", "bad=60:FFFF0000")
     # The same archive as clone tools write it, gzip-compressed.
     write("targets_a_packed.fpg", gzip.compress(data, mtime=0))
     row("targets_a_packed.fpg", "packed.png", "decoder=pngtopnm", "ref=" + refs[1], "result=2",
