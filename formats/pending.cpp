@@ -64,8 +64,6 @@ int ArtToBmp(const ConvertCall&) { return 0; }
 int ShsBinQt2ToBmp(const ConvertCall&) { return 0; }
 int PrcToBmp(const ConvertCall&) { return 0; }
 int PatToBmp(const ConvertCall&) { return 0; }
-int IffFlrToBmp(const ConvertCall&) { return 0; }
-int IffToTga(const ConvertCall&) { return 0; }
 int LcaToBmp(const ConvertCall&) { return 0; }
 int FrmToBmp(const ConvertCall&) { return 0; }
 int RixToBmp(const ConvertCall&) { return 0; }

@@ -1,0 +1,305 @@
+#!/usr/bin/python3
+"""Writes the raster-a samples (IFF and Sims floors, Acorn sprites, GEM IMG,
+MS Paint, PC Paint, ColoRIX, ...) next to this script, their reference
+pictures under ref/ and the list raster_a.list. Pictures come from
+ImageMagick's built-in rose; files are written by netpbm where it has a
+writer and built from the formats' layouts here otherwise."""
+import io
+import os
+import struct
+import subprocess
+
+from PIL import Image
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROWS = []
+
+
+def path(name):
+    return os.path.join(HERE, name)
+
+
+def write(name, data):
+    with open(path(name), "wb") as f:
+        f.write(data)
+
+
+def run(cmd, data=None):
+    return subprocess.run(cmd, input=data, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True).stdout
+
+
+def rose(w=70, h=46):
+    """The rose as an RGB Pillow picture, scaled to w x h."""
+    im = Image.open(io.BytesIO(run(["convert", "rose:", "ppm:-"]))).convert("RGB")
+    return im if (w, h) == im.size else im.resize((w, h), Image.LANCZOS)
+
+
+def ppm(im):
+    out = io.BytesIO()
+    im.convert("RGB").save(out, "PPM")
+    return out.getvalue()
+
+
+def save_ref(name, im):
+    im.convert("RGB").save(path("ref/%s.png" % name))
+
+
+def ref_from_pnm(name, pnm):
+    save_ref(name, Image.open(io.BytesIO(pnm)))
+
+
+def row(source, target, decoder, ref, *extra):
+    ROWS.append(" ".join([source, target, "decoder=" + decoder, "ref=ref/%s.png" % ref] + list(extra)))
+
+
+def quantised(im, colours):
+    """(indices, palette as RGB triples) of im reduced to `colours` colours."""
+    q = im.quantize(colours, dither=Image.Dither.NONE)
+    pal = q.getpalette()[: 3 * colours]
+    pal += [0] * (3 * colours - len(pal))
+    return list(q.getdata()), [tuple(pal[3 * i: 3 * i + 3]) for i in range(colours)]
+
+
+def picture(w, h, colours_of):
+    im = Image.new("RGB", (w, h))
+    im.putdata(colours_of)
+    return im
+
+
+# ---- IFF: EA ILBM / PBM and the Maxis IFF of The Sims ----
+
+def byterun1(data):
+    out, i = bytearray(), 0
+    while i < len(data):
+        run = 1
+        while i + run < len(data) and run < 128 and data[i + run] == data[i]:
+            run += 1
+        if run >= 3:
+            out += bytes([257 - run, data[i]])
+            i += run
+            continue
+        j = i
+        while j < len(data) and j - i < 128 and not (j + 2 < len(data) and data[j] == data[j + 1] == data[j + 2]):
+            j += 1
+        out += bytes([j - i - 1]) + data[i:j]
+        i = j
+    return bytes(out)
+
+
+def chunk(cid, data):
+    return cid + struct.pack(">I", len(data)) + data + (b"\0" if len(data) % 2 else b"")
+
+
+def form(ftype, chunks):
+    body = ftype + b"".join(chunks)
+    return b"FORM" + struct.pack(">I", len(body)) + body
+
+
+def bmhd(w, h, planes, compression):
+    return chunk(b"BMHD", struct.pack(">HHhhBBBBHBBHH", w, h, 0, 0, planes, 0, compression, 0, 0, 10, 11, w, h))
+
+
+def unpack_byterun1(data, pos, n):
+    out = bytearray()
+    while len(out) < n:
+        c = data[pos]
+        pos += 1
+        if c < 128:
+            out += data[pos:pos + c + 1]
+            pos += c + 1
+        elif c != 128:
+            out += bytes([data[pos]]) * (257 - c)
+            pos += 1
+    return bytes(out[:n]), pos
+
+
+def ham_reference(data):
+    """The colours of a HAM ILBM as the Amiga shows them (a modified
+    component of n bits becomes its 8-bit level by repeating the bits)."""
+    chunks, pos = {}, 12
+    while pos + 8 <= len(data):
+        size = struct.unpack(">I", data[pos + 4:pos + 8])[0]
+        chunks[data[pos:pos + 4]] = data[pos + 8:pos + 8 + size]
+        pos += 8 + size + size % 2
+    w, h = struct.unpack(">HH", chunks[b"BMHD"][:4])
+    planes, comp = chunks[b"BMHD"][8], chunks[b"BMHD"][10]
+    cmap = chunks[b"CMAP"]
+    cmap = [tuple(cmap[3 * i:3 * i + 3]) for i in range(len(cmap) // 3)]
+    body, bpos, rb, bits = chunks[b"BODY"], 0, ((w + 15) // 16) * 2, planes - 2
+    level = (lambda d: d * 17) if bits == 4 else (lambda d: (d << 2) | (d >> 4))
+    pixels = []
+    for y in range(h):
+        vals = [0] * w
+        for p in range(planes):
+            if comp:
+                line, bpos = unpack_byterun1(body, bpos, rb)
+            else:
+                line, bpos = body[bpos:bpos + rb], bpos + rb
+            for x in range(w):
+                vals[x] |= (line[x >> 3] >> (7 - (x & 7)) & 1) << p
+        held = list(cmap[0])
+        for v in vals:
+            sel, d = v >> bits, v & ((1 << bits) - 1)
+            if sel == 0:
+                held = list(cmap[d])
+            else:
+                held[{1: 2, 2: 0, 3: 1}[sel]] = level(d)
+            pixels.append(tuple(held))
+    return picture(w, h, pixels)
+
+
+def iff_bad(data):
+    at = data.index(b"BMHD") + 8
+    return ["bad=0:58464F52", "bad=cut:%d" % (len(data) // 2), "bad=%d:FFFF" % at]
+
+
+def gen_iff():
+    im = rose()
+    r16 = run(["pnmquant", "16"], ppm(im))
+    for name, args, src in (("rose", [], r16), ("ham6", ["-ham6"], ppm(im)), ("ham8", ["-ham8"], ppm(im)),
+                            ("deep", ["-24force"], ppm(im))):
+        data = run(["ppmtoilbm"] + args, src)
+        write("raster_a_%s.iff" % name, data)
+        if name.startswith("ham"):
+            # netpbm's reader fills the low bits of a modified component
+            # differently; its picture stays within 12 levels of this one
+            ref = ham_reference(data)
+            other = Image.open(io.BytesIO(run(["ilbmtoppm"], data))).convert("RGB")
+            assert max(abs(a - b) for p, q in zip(ref.getdata(), other.getdata()) for a, b in zip(p, q)) <= 12
+            save_ref("raster_a_" + name, ref)
+        else:
+            ref_from_pnm("raster_a_%s" % name, run(["ilbmtoppm"], data))
+        row("raster_a_%s.iff" % name, "%s.bmp" % name, "bmptopnm", "raster_a_" + name, "result=1", *iff_bad(data))
+    row("raster_a_rose.iff", "rose.tga", "tgatoppm", "raster_a_rose", "result=1")
+    row("raster_a_ham6.iff", "ham6.tga", "tgatoppm", "raster_a_ham6", "result=1")
+
+    # Extra half-brite: 32 colours, the right half of the picture in their halved shades.
+    w, h = 48, 32
+    idx, pal = quantised(rose(w, h), 32)
+    idx = [i + 32 if (n % w) >= w // 2 else i for n, i in enumerate(idx)]
+    half = pal + [(r >> 1, g >> 1, b >> 1) for r, g, b in pal]
+    rb = ((w + 15) // 16) * 2
+    body = bytearray()
+    for y in range(h):
+        for p in range(6):
+            line = bytearray(rb)
+            for x in range(w):
+                if idx[y * w + x] >> p & 1:
+                    line[x >> 3] |= 0x80 >> (x & 7)
+            body += byterun1(bytes(line))
+    cmap = b"".join(bytes(c) for c in pal)
+    data = form(b"ILBM", [bmhd(w, h, 6, 1), chunk(b"CAMG", struct.pack(">I", 0x80)), chunk(b"CMAP", cmap), chunk(b"BODY", bytes(body))])
+    write("raster_a_ehb.iff", data)
+    save_ref("raster_a_ehb", picture(w, h, [half[i] for i in idx]))
+    row("raster_a_ehb.iff", "ehb.bmp", "bmptopnm", "raster_a_ehb", "result=1", *iff_bad(data))
+
+    # DOS Deluxe Paint chunky picture: odd width, rows padded to even, ByteRun1; in a LIST after a foreign FORM.
+    w, h = 45, 30
+    idx, pal = quantised(rose(w, h), 64)
+    body = b"".join(byterun1(bytes(idx[y * w:(y + 1) * w]) + b"\0") for y in range(h))
+    cmap = b"".join(bytes(c) for c in pal)
+    pbm = form(b"PBM ", [bmhd(w, h, 8, 1), chunk(b"CMAP", cmap), chunk(b"BODY", body)])
+    text = form(b"FTXT", [chunk(b"CHRS", b"rose")])
+    inner = b"PBM " + text + pbm
+    data = b"LIST" + struct.pack(">I", len(inner)) + inner
+    write("raster_a_chunky.iff", data)
+    save_ref("raster_a_chunky", picture(w, h, [pal[i] for i in idx]))
+    row("raster_a_chunky.iff", "chunky.bmp", "bmptopnm", "raster_a_chunky", "result=1", *iff_bad(data))
+    row("raster_a_chunky.iff", "chunky.tga", "tgatoppm", "raster_a_chunky", "result=1")
+
+
+def maxis_chunk(ctype, cid, data):
+    label = b"rose".ljust(64, b"\0")
+    return ctype + struct.pack(">IHH", 76 + len(data), cid, 0) + label + data
+
+
+def spr1_frame(w, h, idx, be):
+    """An SPR# frame: two skipped rows, then rows of a fill, a literal run and
+    a transparent gap; every pixel with index 0 is left out."""
+    cmds = bytearray(b"\x00\x00\x09\x02")
+    for y in range(2, h):
+        line = idx[y * w:(y + 1) * w]
+        r, x = bytearray(), 0
+        while x < w:
+            n = 1
+            while x + n < w and n < 255 and (line[x + n] == 0) == (line[x] == 0):
+                n += 1
+            seg = line[x:x + n]
+            if seg[0] == 0:
+                r += bytes([1, n])
+            elif len(set(seg)) == 1:
+                r += bytes([2, n, seg[0], 0])
+            else:
+                r += bytes([3, n]) + bytes(seg) + (b"\0" if n % 2 else b"")
+            x += n
+        cmds += bytes([4, len(r) + 2]) + r
+    cmds += b"\x05\x00"
+    hdr = struct.pack(">IHH" if be else "<IHH", 0, h, w)
+    return hdr + bytes(cmds)
+
+
+def spr2_frame(w, h, idx, alpha, trans):
+    cmds = bytearray(struct.pack("<H", (4 << 13) | 1))
+    for y in range(1, h):
+        line = idx[y * w:(y + 1) * w]
+        r = bytearray()
+        third = w // 3
+        # transparent, then (depth, index, alpha) triples, then plain indices
+        r += struct.pack("<H", (3 << 13) | 2)
+        trip = bytearray()
+        for x in range(2, third):
+            trip += bytes([0, line[x], alpha[y * w + x]])
+        r += struct.pack("<H", (2 << 13) | (third - 2)) + trip + (b"\0" if len(trip) % 2 else b"")
+        plain = bytes(line[third:])
+        r += struct.pack("<H", (6 << 13) | len(plain)) + plain + (b"\0" if len(plain) % 2 else b"")
+        cmds += struct.pack("<H", (0 << 13) | (len(r) + 2)) + r
+    cmds += struct.pack("<H", 5 << 13)
+    hdr = struct.pack("<HHIHHHH", w, h, 7, 1, trans, 0, 0)
+    return hdr + bytes(cmds)
+
+
+def gen_flr():
+    w, h = 35, 23
+    idx, pal = quantised(rose(w, h), 255)
+    idx = [i + 1 for i in idx]                     # index 0 stays free: the transparent one
+    pal = [(0, 0, 160)] + pal
+    palt = struct.pack("<II8x", 1, 256) + b"".join(bytes(c) for c in pal)
+    for x in range(5):                               # a transparent notch in row 3
+        idx[3 * w + 10 + x] = 0
+    f1 = spr1_frame(w, h, idx, True)
+    spr1 = struct.pack(">III", 503, 1, 1) + struct.pack(">I", 16) + f1
+    alpha = [31 if (n // w) % 2 else 20 for n in range(w * h)]
+    f2 = spr2_frame(w, h, idx, alpha, 0)
+    spr2 = struct.pack("<III", 1000, 1, 1) + struct.pack("<I", 16) + f2
+    bmp = run(["convert", "rose:", "-resize", "40x26!", "bmp3:-"])
+    data = b"IFF FILE 2.5:TYPE FOLLOWED BY SIZE\0 JAMIE DOORNBOS & MAXIS 1".ljust(60, b"\0") + b"\0\0\0\0"
+    data += maxis_chunk(b"SPR#", 200, spr1) + maxis_chunk(b"SPR2", 201, spr2) + maxis_chunk(b"PALT", 1, palt)
+    data += maxis_chunk(b"BMP_", 202, bmp)
+    write("raster_a_floor.flr", data)
+    first = [pal[i] for i in idx]
+    first[: 2 * w] = [pal[0]] * (2 * w)
+    save_ref("raster_a_floor_spr1", picture(w, h, first))
+    second = [pal[0]] * (w * h)
+    for y in range(1, h):
+        for x in range(2, w):
+            second[y * w + x] = pal[idx[y * w + x]]
+    save_ref("raster_a_floor_spr2", picture(w, h, second))
+    ref_from_pnm("raster_a_floor_bmp", run(["bmptopnm"], bmp))
+    spr_at = data.index(b"SPR#")
+    bad = ["bad=0:58", "bad=cut:%d" % (spr_at + 100), "bad=%d:7FFFFFFF" % (spr_at + 4)]
+    row("raster_a_floor.flr", "floor.bmp", "bmptopnm", "raster_a_floor_spr1", "result=3",
+        "file=raster_a_floor_0001.bmp", *bad)
+    row("raster_a_floor.flr", "floor.bmp", "bmptopnm", "raster_a_floor_spr2", "result=3", "file=raster_a_floor_0002.bmp")
+    row("raster_a_floor.flr", "floor.bmp", "bmptopnm", "raster_a_floor_bmp", "result=3", "file=raster_a_floor_0003.bmp")
+
+
+def main():
+    os.makedirs(path("ref"), exist_ok=True)
+    gen_iff()
+    gen_flr()
+    with open(path("raster_a.list"), "w") as f:
+        f.write("\n".join(ROWS) + "\n")
+
+
+if __name__ == "__main__":
+    main()
