@@ -39,9 +39,6 @@ int ImgToCmuA(const ConvertCall&) { return 0; }
 int ImgToCmuB(const ConvertCall&) { return 0; }
 int Hs2ToBmp(const ConvertCall&) { return 0; }
 int CfaToBmp(const ConvertCall&) { return 0; }
-int ImgToBmp(const ConvertCall&) { return 0; }
-int AcornSpriteToBmp(const ConvertCall&) { return 0; }
-int Ff9ToBmp(const ConvertCall&) { return 0; }
 int BdtToBmp(const ConvertCall&) { return 0; }
 int MappyFmpToBmp(const ConvertCall&) { return 0; }
 int YpcToBmp(const ConvertCall&) { return 0; }

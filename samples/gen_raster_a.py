@@ -293,10 +293,101 @@ def gen_flr():
     row("raster_a_floor.flr", "floor.bmp", "bmptopnm", "raster_a_floor_bmp", "result=3", "file=raster_a_floor_0003.bmp")
 
 
+# ---- RISC OS sprites ----
+
+def pack_lsb(values, bpp, first_bit, words):
+    """One sprite row: values packed least significant bits first from first_bit."""
+    row = bytearray(4 * words)
+    for x, v in enumerate(values):
+        bit = first_bit + x * bpp
+        if bpp >= 8:
+            row[bit // 8: bit // 8 + bpp // 8] = v.to_bytes(bpp // 8, "little")
+        else:
+            row[bit // 8] |= v << (bit % 8)
+    return bytes(row)
+
+
+def sprite(name, w, h, bpp, mode, rows, palette=b"", mask_rows=None, first_bit=0, mask_bpp=1):
+    words = (first_bit + w * bpp + 31) // 32
+    last_bit = (first_bit + w * bpp - 1) % 32
+    image = b"".join(pack_lsb(r, bpp, first_bit, words) for r in rows)
+    mask = b""
+    if mask_rows is not None:
+        if mode >> 27:
+            mwords = (w * mask_bpp + 31) // 32
+            mask = b"".join(pack_lsb(r, mask_bpp, 0, mwords) for r in mask_rows)
+        else:
+            mask = b"".join(pack_lsb(r, bpp, first_bit, words) for r in mask_rows)
+    image_at = 44 + len(palette)
+    mask_at = image_at + len(image) if mask else image_at
+    size = image_at + len(image) + len(mask)
+    head = struct.pack("<I12sIIIIIII", size, name, words - 1, h - 1, first_bit, last_bit, image_at, mask_at, mode)
+    return head + palette + image + mask
+
+
+def sprite_area(sprites):
+    body = b"".join(sprites)
+    return struct.pack("<III", len(sprites), 16, 16 + len(body)) + body
+
+
+def acorn_default256():
+    out = []
+    for k in range(256):
+        r = k % 8 + (k % 32) // 16 * 8
+        g = k % 4 + (k % 128) // 32 * 4
+        b = k % 4 + (k % 16) // 8 * 4 + k // 128 * 8
+        out.append((r * 17, g * 17, b * 17))
+    return out
+
+
+def nearest(pal, c):
+    return min(range(len(pal)), key=lambda i: sum((a - b) ** 2 for a, b in zip(pal[i], c)))
+
+
+def gen_acorn():
+    # one 4-bit new-format sprite, odd width, its own palette and a 1-bit mask
+    w, h = 45, 30
+    idx, pal = quantised(rose(w, h), 16)
+    rows = [idx[y * w:(y + 1) * w] for y in range(h)]
+    masks = [[0 if (x < 8 and y < 6) else 1 for x in range(w)] for y in range(h)]
+    palette = b"".join(bytes([0, *c, 0, *c]) for c in pal)
+    mode = (3 << 27) | (90 << 14) | (90 << 1)
+    data = sprite_area([sprite(b"rose", w, h, 4, mode, rows, palette, masks)])
+    write("raster_a_sprite.acorn", data)
+    shown = [(255, 255, 255) if masks[n // w][n % w] == 0 else pal[i] for n, i in enumerate(idx)]
+    save_ref("raster_a_sprite", picture(w, h, shown))
+    bad = ["bad=0:00000000", "bad=cut:%d" % (len(data) // 2), "bad=32:FFFF0000"]
+    row("raster_a_sprite.acorn", "sprite.bmp", "bmptopnm", "raster_a_sprite", "result=1", *bad)
+
+    # three sprites: 8-bit mode 28 with the default palette, 1-bit mode 0 with
+    # left wastage, 32-bit new format
+    w, h = 40, 26
+    im = rose(w, h)
+    d256 = acorn_default256()
+    cache = {}
+    idx8 = [cache.setdefault(c, nearest(d256, c)) for c in im.getdata()]
+    s1 = sprite(b"rose8", w, h, 8, 28, [idx8[y * w:(y + 1) * w] for y in range(h)])
+    grey = im.convert("L")
+    bits = [1 if v < 110 else 0 for v in grey.getdata()]
+    s2 = sprite(b"rose1", w, h, 1, 0, [bits[y * w:(y + 1) * w] for y in range(h)], first_bit=8)
+    rgb = [r | g << 8 | b << 16 for r, g, b in im.getdata()]
+    s3 = sprite(b"rose32", w, h, 32, (6 << 27) | (90 << 14) | (90 << 1), [rgb[y * w:(y + 1) * w] for y in range(h)])
+    data = sprite_area([s1, s2, s3])
+    write("raster_a_sprites.ff9", data)
+    save_ref("raster_a_sprites_8", picture(w, h, [d256[i] for i in idx8]))
+    save_ref("raster_a_sprites_1", picture(w, h, [(0, 0, 0) if b else (255, 255, 255) for b in bits]))
+    save_ref("raster_a_sprites_32", im)
+    bad = ["bad=0:00000000", "bad=cut:%d" % (len(s1) // 2), "bad=12:FFFFFF7F"]
+    for n, what in ((1, "8"), (2, "1"), (3, "32")):
+        row("raster_a_sprites.ff9", "sprites.bmp", "bmptopnm", "raster_a_sprites_" + what, "result=3",
+            "file=raster_a_sprites_%04d.bmp" % n, *(bad if n == 1 else []))
+
+
 def main():
     os.makedirs(path("ref"), exist_ok=True)
     gen_iff()
     gen_flr()
+    gen_acorn()
     with open(path("raster_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
