@@ -383,11 +383,110 @@ def gen_acorn():
             "file=raster_a_sprites_%04d.bmp" % n, *(bad if n == 1 else []))
 
 
+# ---- GEM raster images ----
+
+def gem_header(words, planes, w, h, extra=b""):
+    return struct.pack(">8H", 1, words, planes, 2, 85, 85, w, h) + extra
+
+
+def gem_plane_row(row):
+    """A plane row coded with solid runs, a pattern run and bit strings."""
+    out, i = bytearray(), 0
+    while i < len(row):
+        n = 1
+        while i + n < len(row) and n < 127 and row[i + n] == row[i]:
+            n += 1
+        if row[i] in (0, 0xFF) and n >= 2:
+            out.append((0x80 if row[i] else 0) | n)
+            i += n
+        elif n >= 4 and n % 2 == 0 and i + 1 < len(row):
+            out += bytes([0, n // 2, row[i], row[i]])
+            i += n
+        else:
+            j = i + 1
+            while j < len(row) and j - i < 255 and row[j] not in (0, 0xFF):
+                j += 1
+            out += bytes([0x80, j - i]) + row[i:j]
+            i = j
+    return bytes(out)
+
+
+def gem_planes(idx, w, h, planes):
+    rb = (w + 7) // 8
+    data, y = bytearray(), 0
+    while y < h:
+        line = idx[y * w:(y + 1) * w]
+        same = 1
+        while y + same < h and same < 255 and idx[(y + same) * w:(y + same + 1) * w] == line:
+            same += 1
+        if same > 1:
+            data += bytes([0, 0, 0xFF, same])
+        for p in range(planes):
+            row = bytearray(rb)
+            for x, v in enumerate(line):
+                if v >> p & 1:
+                    row[x >> 3] |= 0x80 >> (x & 7)
+            data += gem_plane_row(bytes(row))
+        y += same
+    return bytes(data)
+
+
+def gem_bad(data):
+    return ["bad=0:0009", "bad=cut:10", "bad=12:FFFF"]
+
+
+def gem_irgb():
+    pal = []
+    for i in range(16):
+        r, g, b, d = i & 1, i >> 1 & 1, i >> 2 & 1, i >> 3 & 1
+        if r == g == b:
+            lvl = {(0, 0): 255, (0, 1): 85, (1, 0): 170, (1, 1): 0}[(r, d)]
+            pal.append((lvl, lvl, lvl))
+        else:
+            on = 170 if d else 255
+            pal.append((on * r, on * g, on * b))
+    return pal
+
+
+def gen_gem():
+    # one plane, written by netpbm
+    w, h = 70, 46
+    pbm = run(["pamtopnm"], run(["pamthreshold", "-simple", "-threshold=0.45"], run(["ppmtopgm"], ppm(rose()))))
+    data = run(["pbmtogem"], pbm)
+    write("raster_a_mono.img", data)
+    ref_from_pnm("raster_a_mono", pbm)
+    row("raster_a_mono.img", "mono.bmp", "bmptopnm", "raster_a_mono", "result=1", *gem_bad(data))
+
+    # four planes in the GEM desktop colours, with white rows repeated by a scanline run
+    w, h = 45, 30
+    pal = gem_irgb()
+    im = rose(w, h)
+    cache = {}
+    idx = [cache.setdefault(c, nearest(pal, c)) for c in im.getdata()]
+    idx[: 3 * w] = [0] * (3 * w)
+    data = gem_header(8, 4, w, h) + gem_planes(idx, w, h, 4)
+    write("raster_a_colour.img", data)
+    # netpbm's reader knows this palette: it makes the reference
+    ref_from_pnm("raster_a_colour", run(["gemtopnm"], data))
+    assert list(Image.open(path("ref/raster_a_colour.png")).convert("RGB").getdata()) == [pal[i] for i in idx]
+    row("raster_a_colour.img", "colour.bmp", "bmptopnm", "raster_a_colour", "result=1", *gem_bad(data))
+
+    # XIMG: 16 colours of the rose in the header, 0..1000 per component
+    idx, qpal = quantised(im, 16)
+    ximg = b"XIMG" + struct.pack(">H", 0) + b"".join(struct.pack(">3H", *(c * 1000 // 255 for c in rgb)) for rgb in qpal)
+    data = gem_header((16 + len(ximg)) // 2, 4, w, h, ximg) + gem_planes(idx, w, h, 4)
+    write("raster_a_ximg.img", data)
+    shown = [tuple((c * 1000 // 255) * 255 // 1000 for c in qpal[i]) for i in idx]
+    save_ref("raster_a_ximg", picture(w, h, shown))
+    row("raster_a_ximg.img", "ximg.bmp", "bmptopnm", "raster_a_ximg", "result=1", *gem_bad(data))
+
+
 def main():
     os.makedirs(path("ref"), exist_ok=True)
     gen_iff()
     gen_flr()
     gen_acorn()
+    gen_gem()
     with open(path("raster_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
