@@ -56,7 +56,6 @@ int BmfToBmp(const ConvertCall&) { return 0; }
 int CmxToBmp(const ConvertCall&) { return 0; }
 int OtbNlmToBmp(const ConvertCall&) { return 0; }
 int PdbToBmp(const ConvertCall&) { return 0; }
-int MspToBmp(const ConvertCall&) { return 0; }
 int ArtToBmp(const ConvertCall&) { return 0; }
 int ShsBinQt2ToBmp(const ConvertCall&) { return 0; }
 int PrcToBmp(const ConvertCall&) { return 0; }

@@ -481,12 +481,71 @@ def gen_gem():
     row("raster_a_ximg.img", "ximg.bmp", "bmptopnm", "raster_a_ximg", "result=1", *gem_bad(data))
 
 
+# ---- Microsoft Paint ----
+
+def msp_rows_v2(im):
+    """Version 2 rows: white rows left empty, runs of equal bytes coded
+    00 n v, everything else as literal blocks."""
+    w, h = im.size
+    raw = im.tobytes()
+    rb = (w + 7) // 8
+    lengths, coded = [], bytearray()
+    for y in range(h):
+        line = raw[y * rb:(y + 1) * rb]
+        if line == b"\xff" * rb:
+            lengths.append(0)
+            continue
+        out, i = bytearray(), 0
+        while i < rb:
+            n = 1
+            while i + n < rb and n < 255 and line[i + n] == line[i]:
+                n += 1
+            if n >= 3:
+                out += bytes([0, n, line[i]])
+                i += n
+            else:
+                j = i + 1
+                while j < rb and j - i < 255 and not (j + 2 < rb and line[j] == line[j + 1] == line[j + 2]):
+                    j += 1
+                out += bytes([j - i]) + line[i:j]
+                i = j
+        lengths.append(len(out))
+        coded += out
+    return struct.pack("<%dH" % h, *lengths) + bytes(coded)
+
+
+def gen_msp():
+    grey = rose(69, 46).convert("L")
+    im = grey.point(lambda v: 255 if v > 115 else 0).convert("1")
+    out = io.BytesIO()
+    im.save(out, "MSP")                       # Pillow writes version 1
+    write("raster_a_paint1.msp", out.getvalue())
+    save_ref("raster_a_paint1", Image.open(path("raster_a_paint1.msp")))
+    bad = ["bad=0:58", "bad=cut:20", "bad=4:FFFF"]
+    row("raster_a_paint1.msp", "paint1.bmp", "bmptopnm", "raster_a_paint1", "result=1", *bad)
+
+    framed = Image.new("1", (69, 52), 255)
+    framed.paste(im, (0, 3))
+    w, h = framed.size
+    words = [0x694C, 0x536E, w, h, 1, 1, 1, 1, w, h, 0, 0]
+    check = 0
+    for v in words:
+        check ^= v
+    data = struct.pack("<12H", *words) + struct.pack("<H", check) + b"\0" * 6 + msp_rows_v2(framed)
+    write("raster_a_paint2.msp", data)
+    # Pillow reads version 2 as well: it makes the reference
+    save_ref("raster_a_paint2", Image.open(path("raster_a_paint2.msp")))
+    assert list(Image.open(path("raster_a_paint2.msp")).convert("1").getdata()) == list(framed.getdata())
+    row("raster_a_paint2.msp", "paint2.bmp", "bmptopnm", "raster_a_paint2", "result=1", *bad)
+
+
 def main():
     os.makedirs(path("ref"), exist_ok=True)
     gen_iff()
     gen_flr()
     gen_acorn()
     gen_gem()
+    gen_msp()
     with open(path("raster_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
