@@ -17,7 +17,6 @@ int RadianceToPict(const ConvertCall&) { return 0; }
 int GifToJif(const ConvertCall&) { return 0; }
 int ItgToPbm(const ConvertCall&) { return 0; }
 int PgcToPbm(const ConvertCall&) { return 0; }
-int PicToPcx(const ConvertCall&) { return 0; }
 int AviToWav(const ConvertCall&) { return 0; }
 int AmiToKoala(const ConvertCall&) { return 0; }
 int PixToXpm(const ConvertCall&) { return 0; }
@@ -46,7 +45,6 @@ int DatToBmp(const ConvertCall&) { return 0; }
 int NpmToBmp(const ConvertCall&) { return 0; }
 int SirToBmp(const ConvertCall&) { return 0; }
 int MgcToBmp(const ConvertCall&) { return 0; }
-int PicToBmp(const ConvertCall&) { return 0; }
 int EpaToBmp(const ConvertCall&) { return 0; }
 int ZbrToBmp(const ConvertCall&) { return 0; }
 int PvrToBmp(const ConvertCall&) { return 0; }

@@ -539,6 +539,87 @@ def gen_msp():
     row("raster_a_paint2.msp", "paint2.bmp", "bmptopnm", "raster_a_paint2", "result=1", *bad)
 
 
+# ---- PC Paint / Pictor ----
+
+def pic_blocks(data, marker, parts=2):
+    """The data in run-length blocks: short runs, 16-bit runs, literals."""
+    out = bytearray()
+    size = (len(data) + parts - 1) // parts
+    for start in range(0, len(data), size):
+        part, codes, i = data[start:start + size], bytearray(), 0
+        while i < len(part):
+            n = 1
+            while i + n < len(part) and n < 65535 and part[i + n] == part[i]:
+                n += 1
+            if n >= 4 or part[i] == marker:
+                codes += bytes([marker, n]) + bytes([part[i]]) if n < 256 else bytes([marker, 0]) + struct.pack("<H", n) + bytes([part[i]])
+                i += n
+            else:
+                codes.append(part[i])
+                i += 1
+        out += struct.pack("<HHB", len(codes) + 5, len(part), marker) + codes
+    return bytes(out)
+
+
+def pic_file(w, h, info, mode, edesc, palette, body, blocks):
+    return struct.pack("<HHHHHBBBHH", 0x1234, w, h, 0, 0, info, 0xFF, mode, edesc, len(palette)) + palette + \
+        struct.pack("<H", blocks) + body
+
+
+def gen_pic():
+    # 8 bits, a VGA palette of 6-bit levels, packed in two blocks (the sky
+    # of white rows gives a 16-bit run)
+    w, h = 70, 56
+    im = Image.new("RGB", (w, h), (255, 255, 255))
+    im.paste(rose(), (0, 10))
+    idx, pal = quantised(im, 256)
+    pal6 = [tuple(c >> 2 for c in rgb) for rgb in pal]
+    rows = b"".join(bytes(idx[y * w:(y + 1) * w]) for y in reversed(range(h)))
+    data = pic_file(w, h, 0x08, ord("L"), 4, b"".join(bytes(c) for c in pal6), pic_blocks(rows, 0xF7), 2)
+    write("raster_a_vga.pic", data)
+    save_ref("raster_a_vga", picture(w, h, [tuple(v * 255 // 63 for v in pal6[i]) for i in idx]))
+    bad = ["bad=0:3512", "bad=cut:12", "bad=2:FFFF"]
+    row("raster_a_vga.pic", "vga.bmp", "bmptopnm", "raster_a_vga", "result=1", *bad)
+    row("raster_a_vga.pic", "vga.pcx", "pcxtoppm", "raster_a_vga", "result=1", *bad)
+
+    # four planes of the EGA, an EGA palette (r g b R G B bits), stored raw
+    w, h = 45, 30
+    ega = [0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x14, 0x07, 0x38, 0x39, 0x3A, 0x3B, 0x3C, 0x3D, 0x3E, 0x3F]
+    def ega_rgb(v):
+        return tuple(0xAA * (v >> s & 1) + 0x55 * (v >> (s + 3) & 1) for s in (2, 1, 0))
+    pal = [ega_rgb(v) for v in ega]
+    cache = {}
+    idx = [cache.setdefault(c, nearest(pal, c)) for c in rose(w, h).getdata()]
+    rb = (w + 7) // 8
+    planes = bytearray()
+    for p in range(4):
+        for y in reversed(range(h)):
+            line = bytearray(rb)
+            for x in range(w):
+                if idx[y * w + x] >> p & 1:
+                    line[x >> 3] |= 0x80 >> (x & 7)
+            planes += line
+    data = pic_file(w, h, 0x31, ord("G"), 3, bytes(ega), bytes(planes), 0)
+    write("raster_a_ega.pic", data)
+    save_ref("raster_a_ega", picture(w, h, [pal[i] for i in idx]))
+    bad = ["bad=0:3512", "bad=cut:%d" % (len(data) - 40), "bad=4:FF7F"]
+    row("raster_a_ega.pic", "ega.bmp", "bmptopnm", "raster_a_ega", "result=1", *bad)
+    row("raster_a_ega.pic", "ega.pcx", "pcxtoppm", "raster_a_ega", "result=1")
+
+    # CGA: 2 bits packed, no palette of its own (black, cyan, magenta, white)
+    w, h = 64, 40
+    cga = [(0, 0, 0), (0x55, 0xFF, 0xFF), (0xFF, 0x55, 0xFF), (0xFF, 0xFF, 0xFF)]
+    idx = [cache.setdefault(("cga",) + c, nearest(cga, c)) for c in rose(w, h).getdata()]
+    rows = bytearray()
+    for y in reversed(range(h)):
+        for x in range(0, w, 4):
+            rows.append(idx[y * w + x] << 6 | idx[y * w + x + 1] << 4 | idx[y * w + x + 2] << 2 | idx[y * w + x + 3])
+    data = pic_file(w, h, 0x02, ord("A"), 0, b"", pic_blocks(bytes(rows), 0x00, 1), 1)
+    write("raster_a_cga.pic", data)
+    save_ref("raster_a_cga", picture(w, h, [cga[i] for i in idx]))
+    row("raster_a_cga.pic", "cga.bmp", "bmptopnm", "raster_a_cga", "result=1", "bad=11:00", "bad=cut:18", "bad=10:09")
+
+
 def main():
     os.makedirs(path("ref"), exist_ok=True)
     gen_iff()
@@ -546,6 +627,7 @@ def main():
     gen_acorn()
     gen_gem()
     gen_msp()
+    gen_pic()
     with open(path("raster_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
