@@ -620,6 +620,113 @@ def gen_pic():
     row("raster_a_cga.pic", "cga.bmp", "bmptopnm", "raster_a_cga", "result=1", "bad=11:00", "bad=cut:18", "bad=10:09")
 
 
+# ---- ColoRIX ----
+
+def rix_rle(data):
+    out, i = bytearray(), 0
+    while i < len(data):
+        b = data[i]
+        if b in (0, 0xFF):
+            n = 1
+            while i + n < len(data) and n < 256 and data[i + n] == b:
+                n += 1
+            out += bytes([b, n - 1])
+            i += n
+        else:
+            out.append(b)
+            i += 1
+    return bytes(out)
+
+
+def rix_tree(freq):
+    """A Huffman code tree as ColoRIX stores it: (items, codes)."""
+    import heapq
+    heap = [(f, n, ("leaf", s)) for n, (s, f) in enumerate(sorted(freq.items()))]
+    if len(heap) == 1:
+        heap.append((0, len(heap), ("leaf", (heap[0][2][1] + 1) % 256)))
+    heapq.heapify(heap)
+    n = len(heap)
+    while len(heap) > 1:
+        a, b = heapq.heappop(heap), heapq.heappop(heap)
+        heapq.heappush(heap, (a[0] + b[0], n, ("node", a[2], b[2])))
+        n += 1
+    codes = {}
+
+    def items(t, code):
+        if t[0] == "leaf":
+            codes[t[1]] = code
+            return [0x1000 + t[1]]
+        one = items(t[1], code + "1")
+        zero = items(t[2], code + "0")
+        return [2 * len(one)] + one + zero
+    return items(heap[0][2], ""), codes
+
+
+def rix_compress(pixels, row_bytes, rows_per_segment, xor):
+    segments = []
+    for start in range(0, len(pixels), row_bytes * rows_per_segment):
+        part = pixels[start:start + row_bytes * rows_per_segment]
+        if xor:
+            prev, filt = 0, bytearray()
+            for p in part:
+                filt.append(p ^ prev)
+                prev = p
+            part = bytes(filt)
+        segments.append(rix_rle(part))
+    freq = {}
+    for seg in segments:
+        for b in seg:
+            freq[b] = freq.get(b, 0) + 1
+    items, codes = rix_tree(freq)
+    out = struct.pack("<H", len(items)) + struct.pack("<%dH" % len(items), *items)
+    for seg in segments:
+        bits = "".join(codes[b] for b in seg)
+        bits += "1" * (-len(bits) % 8)          # padding that decodes to part of a code or garbage
+        data = bytes(int(bits[i:i + 8], 2) for i in range(0, len(bits), 8))
+        out += struct.pack("<H", len(data)) + data
+    return out + b"\0\0"
+
+
+def gen_rix():
+    # 256 colours, compressed in segments of 9 rows, white borders for long runs of FF
+    w, h = 70, 54
+    im = Image.new("RGB", (w, h), (255, 255, 255))
+    im.paste(rose(), (0, 4))
+    idx, pal = quantised(im, 255)
+    pal6 = [tuple(c >> 2 for c in rgb) for rgb in pal] + [(63, 63, 63)]
+    white = pal6.index((63, 63, 63))
+    idx = [white if pal[i] == (255, 255, 255) else i for i in idx]
+    head = b"RIX3" + struct.pack("<HHBB", w, h, 0xAF, 0x80) + b"".join(bytes(c) for c in pal6)
+    data = head + rix_compress(bytes(idx), w, 9, True)
+    write("raster_a_rose.scx", data)
+    save_ref("raster_a_rose_scx", picture(w, h, [tuple(v * 255 // 63 for v in pal6[i]) for i in idx]))
+    bad = ["bad=0:52495834", "bad=cut:400", "bad=4:FFFF", "bad=780:FFFF", "bad=778:FFFF"]
+    row("raster_a_rose.scx", "rose.bmp", "bmptopnm", "raster_a_rose_scx", "result=1", *bad)
+
+    # 256 colours raw (".ska")
+    data = head[:9] + b"\x00" + head[10:] + bytes(idx)
+    write("raster_a_rose.ska", data)
+    row("raster_a_rose.ska", "rose.bmp", "bmptopnm", "raster_a_rose_scx", "result=1", "bad=0:52495834", "bad=cut:400", "bad=6:FFFF")
+
+    # 16 colours in planar lines, raw, VGA levels
+    w, h = 45, 30
+    idx, pal = quantised(rose(w, h), 16)
+    pal6 = [tuple(c >> 2 for c in rgb) for rgb in pal]
+    rb = (w + 7) // 8
+    body = bytearray()
+    for y in range(h):
+        for p in range(4):
+            line = bytearray(rb)
+            for x in range(w):
+                if idx[y * w + x] >> p & 1:
+                    line[x >> 3] |= 0x80 >> (x & 7)
+            body += line
+    data = b"RIX3" + struct.pack("<HHBB", w, h, 0xAB, 0x04) + b"".join(bytes(c) for c in pal6) + bytes(body)
+    write("raster_a_planes.rix", data)
+    save_ref("raster_a_planes", picture(w, h, [tuple(v * 255 // 63 for v in pal6[i]) for i in idx]))
+    row("raster_a_planes.rix", "planes.bmp", "bmptopnm", "raster_a_planes", "result=1", "bad=0:52495834", "bad=cut:40", "bad=4:0020")
+
+
 def main():
     os.makedirs(path("ref"), exist_ok=True)
     gen_iff()
@@ -628,6 +735,7 @@ def main():
     gen_gem()
     gen_msp()
     gen_pic()
+    gen_rix()
     with open(path("raster_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
