@@ -36,8 +36,6 @@ int BmpToOtb(const ConvertCall&) { return 0; }
 int PigToSun(const ConvertCall&) { return 0; }
 int ImgToCmuA(const ConvertCall&) { return 0; }
 int ImgToCmuB(const ConvertCall&) { return 0; }
-int Hs2ToBmp(const ConvertCall&) { return 0; }
-int CfaToBmp(const ConvertCall&) { return 0; }
 int BdtToBmp(const ConvertCall&) { return 0; }
 int MappyFmpToBmp(const ConvertCall&) { return 0; }
 int YpcToBmp(const ConvertCall&) { return 0; }

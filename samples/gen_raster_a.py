@@ -727,6 +727,59 @@ def gen_rix():
     row("raster_a_planes.rix", "planes.bmp", "bmptopnm", "raster_a_planes", "result=1", "bad=0:52495834", "bad=cut:40", "bad=4:0020")
 
 
+# ---- HS2 (POSTERING) and CFA (Arena animations) ----
+
+def gen_hs2():
+    tile = rose(92, 60).convert("L").point(lambda v: 255 if v > 115 else 0).convert("1")
+    im = Image.new("1", (840, 60), 255)
+    for n in range(9):
+        im.paste(tile.transpose(Image.FLIP_LEFT_RIGHT) if n % 2 else tile, (n * 93 + 3, 0))
+    write("raster_a_poster.hs2", im.tobytes())      # Pillow's 1-bit rows: a set bit is white
+    save_ref("raster_a_poster", im)
+    row("raster_a_poster.hs2", "poster.bmp", "bmptopnm", "raster_a_poster", "result=1", "bad=cut:0")
+
+
+def cfa_rle(data):
+    out, i = bytearray(), 0
+    while i < len(data):
+        n = 1
+        while i + n < len(data) and n < 128 and data[i + n] == data[i]:
+            n += 1
+        if n >= 3:
+            out += bytes([127 + n, data[i]])
+            i += n
+            continue
+        j = i
+        while j < len(data) and j - i < 128 and not (j + 2 < len(data) and data[j] == data[j + 1] == data[j + 2]):
+            j += 1
+        out += bytes([j - i - 1]) + data[i:j]
+        i = j
+    return bytes(out)
+
+
+def gen_cfa():
+    # three frames of 5-bit values through a table into the grey ramp used without PAL.COL
+    w, h, bits = 41, 27, 5
+    grey = rose(w, h).convert("L")
+    frames = [list(grey.getdata()), list(grey.transpose(Image.FLIP_LEFT_RIGHT).getdata()),
+              [255 - v for v in grey.getdata()]]
+    table = bytes(k * 8 + 4 for k in range(32))
+    stride = (w * bits + 7) // 8 + 1                 # one spare byte per row
+    raw = bytearray()
+    for fr in frames:
+        for y in range(h):
+            acc = "".join(format(fr[y * w + x] >> 3, "05b") for x in range(w))
+            acc += "0" * (8 * stride - len(acc))
+            raw += bytes(int(acc[i:i + 8], 2) for i in range(0, len(acc), 8))
+    head = struct.pack("<HHHHHBBH", w, h, stride, 0, 0, bits, len(frames), 76 + len(table)).ljust(76, b"\0")
+    data = head + table + cfa_rle(bytes(raw))
+    write("raster_a_walk.cfa", data)
+    for n, fr in enumerate(frames, 1):
+        save_ref("raster_a_walk_%d" % n, picture(w, h, [((v >> 3) * 8 + 4,) * 3 for v in fr]))
+        row("raster_a_walk.cfa", "walk.bmp", "bmptopnm", "raster_a_walk_%d" % n, "result=3",
+            "file=raster_a_walk_%04d.bmp" % n, *(["bad=0:FFFF", "bad=cut:50", "bad=11:00", "bad=4:FFFF"] if n == 1 else []))
+
+
 def main():
     os.makedirs(path("ref"), exist_ok=True)
     gen_iff()
@@ -736,6 +789,8 @@ def main():
     gen_msp()
     gen_pic()
     gen_rix()
+    gen_hs2()
+    gen_cfa()
     with open(path("raster_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
