@@ -8,11 +8,10 @@
 // to the target path itself, several as "<source name>_0001.bmp", ...; memory
 // mode hands back frame 1.
 #include "common/image.h"
-#include "common/paths.h"
 #include "common/reader.h"
 #include "common/series.h"
 #include "formats/formats.h"
-#include "platform/platform.h"
+#include "formats/side_palette.h"
 
 namespace pix {
 namespace {
@@ -21,19 +20,13 @@ constexpr std::size_t kTableAt = 76;
 constexpr std::uint64_t kMaxData = std::uint64_t(64) << 20;
 
 std::vector<Rgb> SidePalette(const char* source) {
-  const SplitPath sp = Split(source);
-  std::string dir = sp.drive + sp.dir;
-  for (const std::string& name : platform::ListDir(dir.empty() ? "./" : dir, "pal.col")) {
-    if (Lower(name) != "pal.col") continue;
-    Bytes col;
-    if (!ReadWholeFile((dir + name).c_str(), col, 1 << 16)) continue;
-    const ByteReader r(col);
-    if (r.size() < 776 || r.u32leAt(0) != 776 || r.u32leAt(4) != 0xB123) continue;
-    std::vector<Rgb> pal(256);
-    for (std::size_t i = 0; i < 256; ++i) pal[i] = Rgb{r.at(8 + 3 * i), r.at(9 + 3 * i), r.at(10 + 3 * i)};
-    return pal;
-  }
-  return GreyRamp(256);
+  Bytes col;
+  if (!ReadSideFile(source, "pal.col", col, 1 << 16)) return GreyRamp(256);
+  const ByteReader r(col);
+  if (r.size() < 776 || r.u32leAt(0) != 776 || r.u32leAt(4) != 0xB123) return GreyRamp(256);
+  std::vector<Rgb> pal(256);
+  for (std::size_t i = 0; i < 256; ++i) pal[i] = Rgb{r.at(8 + 3 * i), r.at(9 + 3 * i), r.at(10 + 3 * i)};
+  return pal;
 }
 
 struct Cfa {

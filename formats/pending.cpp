@@ -57,8 +57,6 @@ int ShsBinQt2ToBmp(const ConvertCall&) { return 0; }
 int PrcToBmp(const ConvertCall&) { return 0; }
 int PatToBmp(const ConvertCall&) { return 0; }
 int LcaToBmp(const ConvertCall&) { return 0; }
-int FrmToBmp(const ConvertCall&) { return 0; }
-int GafToBmp(const ConvertCall&) { return 0; }
 int CapToBmp(const ConvertCall&) { return 0; }
 int SffToPbm(const ConvertCall&) { return 0; }
 int PppToPpm(const ConvertCall&) { return 0; }

@@ -780,6 +780,109 @@ def gen_cfa():
             "file=raster_a_walk_%04d.bmp" % n, *(["bad=0:FFFF", "bad=cut:50", "bad=11:00", "bad=4:FFFF"] if n == 1 else []))
 
 
+# ---- Fallout FRM and Total Annihilation GAF ----
+
+def gen_frm():
+    # two directions (the last four repeat the second) of two frames each; the palette beside it
+    big, small = rose(40, 26), rose(30, 20)
+    both = Image.new("RGB", (70, 26))
+    both.paste(big, (0, 0))
+    both.paste(small, (40, 0))
+    _, pal = quantised(both, 256)
+    pal6 = [tuple(c >> 2 for c in rgb) for rgb in pal]
+    shown = [tuple(v * 255 // 63 for v in c) for c in pal6]
+    frames = []
+    for im in (big, small, big.transpose(Image.FLIP_LEFT_RIGHT), small.transpose(Image.FLIP_TOP_BOTTOM)):
+        q = im.quantize(palette=both.quantize(256, dither=Image.Dither.NONE), dither=Image.Dither.NONE)
+        frames.append((im.size, list(q.getdata())))
+    blobs = [struct.pack(">HHIhh", w, h, w * h, 0, 0) + bytes(px) for (w, h), px in frames]
+    second = len(blobs[0]) + len(blobs[1])
+    area = b"".join(blobs)
+    offsets = [0, second, second, second, second, second]
+    head = struct.pack(">IHHH6h6h6II", 4, 10, 0, 2, *([0] * 12), *offsets, len(area))
+    data = head + area
+    write("raster_a_critter.frm", data)
+    write("raster_a_critter.pal", b"".join(bytes(c) for c in pal6))
+    for n, ((w, h), px) in enumerate(frames, 1):
+        save_ref("raster_a_critter_%d" % n, picture(w, h, [shown[i] for i in px]))
+        row("raster_a_critter.frm", "critter.bmp", "bmptopnm", "raster_a_critter_%d" % n, "result=4",
+            "file=raster_a_critter_%04d.bmp" % n, *(["bad=0:00000005", "bad=cut:70", "bad=8:FFFF"] if n == 1 else []))
+
+
+def gaf_rows(px, w, h, trans):
+    out = bytearray()
+    for y in range(h):
+        line, r, x = px[y * w:(y + 1) * w], bytearray(), 0
+        while x < w:
+            n = 1
+            while x + n < w and line[x + n] == line[x] and n < (127 if line[x] == trans else 64):
+                n += 1
+            if line[x] == trans:
+                r.append(n << 1 | 1)
+            elif n >= 2:
+                r += bytes([(n - 1) << 2 | 2, line[x]])
+            else:
+                j = x + 1
+                while j < w and j - x < 64 and line[j] != trans and line[j] != line[j - 1]:
+                    j += 1
+                if j < w and j - x > 1 and line[j] == line[j - 1]:
+                    j -= 1
+                n = j - x
+                r += bytes([(n - 1) << 2]) + bytes(line[x:j])
+            x += n
+        out += struct.pack("<H", len(r)) + r
+    return bytes(out)
+
+
+def gen_gaf():
+    trans = 9
+    grey = rose(40, 26).convert("L")
+    raw = list(grey.getdata())
+    holes = [trans if v < 60 else v for v in raw]
+    w, h = grey.size
+    frames = []                                     # (header fields, data) in file order
+    body = bytearray()
+    base = 12 + 4 * 2
+    entry1 = struct.pack("<HHI32s", 1, 1, 0, b"rose") + b"F1F1F1F1"
+    entry2 = struct.pack("<HHI32s", 2, 1, 0, b"roses") + b"F2F2F2F2F3F3F3F3"
+    at_entry1 = base
+    at_entry2 = at_entry1 + len(entry1)
+    at_frames = at_entry2 + len(entry2)
+    # frame headers: raw, coded, layered, then two layer headers, then the data
+    heads_at = [at_frames + 24 * i for i in range(5)]
+    data_at = at_frames + 24 * 5
+    raw_bytes = bytes(raw)
+    coded = gaf_rows(holes, w, h, trans)
+    square = [255 if not (3 <= x < 7 and 3 <= y < 7) else trans for y in range(10) for x in range(10)]
+    layer_list = struct.pack("<II", heads_at[3], heads_at[4])
+    blobs = [raw_bytes, coded, layer_list, bytes(holes), bytes(square)]
+    offs, pos = [], data_at
+    for b in blobs:
+        offs.append(pos)
+        pos += len(b)
+    heads = [
+        struct.pack("<HHhhBBHIII", w, h, 0, 0, trans, 0, 0, 0, offs[0], 0),
+        struct.pack("<HHhhBBHIII", w, h, 0, 0, trans, 1, 0, 0, offs[1], 0),
+        struct.pack("<HHhhBBHIII", w, h, 0, 0, trans, 0, 2, 0, offs[2], 0),
+        struct.pack("<HHhhBBHIII", w, h, 0, 0, trans, 0, 0, 0, offs[3], 0),
+        struct.pack("<HHhhBBHIII", 10, 10, -25, -8, trans, 0, 0, 0, offs[4], 0),
+    ]
+    entry1 = entry1[:40] + struct.pack("<II", heads_at[0], 0)
+    entry2 = entry2[:40] + struct.pack("<IIII", heads_at[1], 0, heads_at[2], 0)
+    data = struct.pack("<III", 0x00010100, 2, 0) + struct.pack("<II", at_entry1, at_entry2) + entry1 + entry2 + \
+        b"".join(heads) + b"".join(blobs)
+    write("raster_a_units.gaf", data)
+    layered = list(holes)
+    for y in range(10):
+        for x in range(10):
+            if square[y * 10 + x] != trans:
+                layered[(8 + y) * w + 25 + x] = 255
+    for n, px in enumerate((raw, holes, layered), 1):
+        save_ref("raster_a_units_%d" % n, picture(w, h, [(v, v, v) for v in px]))
+        row("raster_a_units.gaf", "units.bmp", "bmptopnm", "raster_a_units_%d" % n, "result=3",
+            "file=raster_a_units_%04d.bmp" % n, *(["bad=0:00010200", "bad=cut:100", "bad=4:FFFFFF00"] if n == 1 else []))
+
+
 def main():
     os.makedirs(path("ref"), exist_ok=True)
     gen_iff()
@@ -791,6 +894,8 @@ def main():
     gen_rix()
     gen_hs2()
     gen_cfa()
+    gen_frm()
+    gen_gaf()
     with open(path("raster_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
