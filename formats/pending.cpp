@@ -37,7 +37,6 @@ int PigToSun(const ConvertCall&) { return 0; }
 int ImgToCmuA(const ConvertCall&) { return 0; }
 int ImgToCmuB(const ConvertCall&) { return 0; }
 int BdtToBmp(const ConvertCall&) { return 0; }
-int MappyFmpToBmp(const ConvertCall&) { return 0; }
 int YpcToBmp(const ConvertCall&) { return 0; }
 int DatToBmp(const ConvertCall&) { return 0; }
 int NpmToBmp(const ConvertCall&) { return 0; }

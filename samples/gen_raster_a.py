@@ -883,6 +883,79 @@ def gen_gaf():
             "file=raster_a_units_%04d.bmp" % n, *(["bad=0:00010200", "bad=cut:100", "bad=4:FFFFFF00"] if n == 1 else []))
 
 
+# ---- Mappy FMP ----
+
+def fmp_chunk(cid, data):
+    return cid + struct.pack(">I", len(data)) + data + (b"\0" if len(data) % 2 else b"")
+
+
+def fmp_map(depth, little):
+    """A 6 x 4 map of 8 x 8 tiles cut from the rose; two cells carry a ring
+    in the foreground, one cell shows an animation's first frame."""
+    mw, mh, tw, th = 6, 4, 8, 8
+    im = rose(mw * tw, mh * th)
+    e16, e32 = ("<H", "<I") if little else (">H", ">I")
+    ring = [(x - 3.5) ** 2 + (y - 3.5) ** 2 for y in range(th) for x in range(tw)]
+    ring = [4 <= d <= 12 for d in ring]
+    if depth == 8:
+        idx, pal = quantised(im, 255)
+        pal = [(0, 0, 0)] + pal
+        idx = [i + 1 for i in idx]
+        ring_colour = 1 + pal[1:].index(max(pal[1:], key=lambda c: c[1] - c[0]))
+        colour = lambda n: pal[idx[n]]
+        pix = lambda n: bytes([idx[n]])
+        ring_pix = [bytes([ring_colour]) if r else b"\0" for r in ring]
+        ring_rgb = pal[ring_colour]
+    else:
+        def c565(c):
+            return (c[0] >> 3) << 11 | (c[1] >> 2) << 5 | c[2] >> 3
+        def rgb565(v):
+            r, g, b = v >> 11, v >> 5 & 63, v & 31
+            return (r << 3 | r >> 2, g << 2 | g >> 4, b << 3 | b >> 2)
+        rgbs = list(im.getdata())
+        colour = lambda n: rgb565(c565(rgbs[n]))
+        pix = lambda n: struct.pack(">H", c565(rgbs[n]))
+        ring_pix = [struct.pack(">H", 0x07E0) if r else struct.pack(">H", 0xF81F) for r in ring]
+        ring_rgb = rgb565(0x07E0)
+    bpp = 1 if depth == 8 else 2
+    tiles = []
+    for cy in range(mh):
+        for cx in range(mw):
+            tiles.append(b"".join(pix((cy * th + y) * mw * tw + cx * tw + x) for y in range(th) for x in range(tw)))
+    tiles.append(b"".join(ring_pix))
+    tb = tw * th * bpp
+    blocks = [struct.pack(e32[0] + "4I", t * tb, 0, 0, 0) + bytes(16) for t in range(24)]
+    blocks += [struct.pack(e32[0] + "4I", 7 * tb, 24 * tb, 0, 0) + bytes(16), struct.pack(e32[0] + "4I", 16 * tb, 24 * tb, 0, 0) + bytes(16)]
+    body = [n * 32 for n in range(24)]
+    body[7], body[16] = 24 * 32, 25 * 32
+    andt = struct.pack(e32, 23 * 32) + struct.pack("<bbbb", 0, 4, 1, 0) + struct.pack(e32[0] + "3I", -20 & 0xFFFFFFFF, -20 & 0xFFFFFFFF, -16 & 0xFFFFFFFF)
+    body[23] = -16
+    mphd = bytes([1, 0, 1 if little else 0, 0]) + struct.pack(e16[0] + "10H", mw, mh, 0, 0, tw, th, depth, 32, len(blocks), len(tiles)) + bytes(4)
+    chunks = fmp_chunk(b"ATHR", b"rose\0") + fmp_chunk(b"MPHD", mphd)
+    if depth == 8:
+        chunks += fmp_chunk(b"CMAP", b"".join(bytes(c) for c in pal))
+    chunks += fmp_chunk(b"BKDT", b"".join(blocks)) + fmp_chunk(b"ANDT", andt) + fmp_chunk(b"BGFX", b"".join(tiles))
+    chunks += fmp_chunk(b"BODY", b"".join(struct.pack(e16, v & 0xFFFF) for v in body))
+    data = b"FORM" + struct.pack(">I", len(chunks) + 4) + b"FMAP" + chunks
+    shown = [colour(n) for n in range(mw * tw * mh * th)]
+    for cx, cy in ((1, 1), (4, 2)):
+        for y in range(th):
+            for x in range(tw):
+                if ring[y * tw + x]:
+                    shown[(cy * th + y) * mw * tw + cx * tw + x] = ring_rgb
+    return data, picture(mw * tw, mh * th, shown)
+
+
+def gen_fmp():
+    for name, depth, little in (("level", 8, True), ("level16", 16, False)):
+        data, ref = fmp_map(depth, little)
+        write("raster_a_%s.fmp" % name, data)
+        save_ref("raster_a_" + name, ref)
+        at = data.index(b"MPHD") + 8
+        row("raster_a_%s.fmp" % name, "%s.bmp" % name, "bmptopnm", "raster_a_" + name, "result=1",
+            "bad=8:464D4151", "bad=cut:%d" % (len(data) - 30), "bad=%d:FFFF" % (at + 12))
+
+
 def main():
     os.makedirs(path("ref"), exist_ok=True)
     gen_iff()
@@ -896,6 +969,7 @@ def main():
     gen_cfa()
     gen_frm()
     gen_gaf()
+    gen_fmp()
     with open(path("raster_a.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
