@@ -189,6 +189,7 @@ def gen_iff():
             body += byterun1(bytes(line))
     cmap = b"".join(bytes(c) for c in pal)
     data = form(b"ILBM", [bmhd(w, h, 6, 1), chunk(b"CAMG", struct.pack(">I", 0x80)), chunk(b"CMAP", cmap), chunk(b"BODY", bytes(body))])
+    ehb = data
     write("raster_a_ehb.iff", data)
     save_ref("raster_a_ehb", picture(w, h, [half[i] for i in idx]))
     row("raster_a_ehb.iff", "ehb.bmp", "bmptopnm", "raster_a_ehb", "result=1", *iff_bad(data))
@@ -200,11 +201,13 @@ def gen_iff():
     cmap = b"".join(bytes(c) for c in pal)
     pbm = form(b"PBM ", [bmhd(w, h, 8, 1), chunk(b"CMAP", cmap), chunk(b"BODY", body)])
     text = form(b"FTXT", [chunk(b"CHRS", b"rose")])
-    inner = b"PBM " + text + pbm
+    inner = b"PBM " + text + pbm + ehb           # a second picture after it
     data = b"LIST" + struct.pack(">I", len(inner)) + inner
     write("raster_a_chunky.iff", data)
     save_ref("raster_a_chunky", picture(w, h, [pal[i] for i in idx]))
-    row("raster_a_chunky.iff", "chunky.bmp", "bmptopnm", "raster_a_chunky", "result=1", *iff_bad(data))
+    row("raster_a_chunky.iff", "chunky.bmp", "bmptopnm", "raster_a_chunky", "result=2", "file=raster_a_chunky_0001.bmp",
+        "bad=0:58464F52", "bad=cut:%d" % (len(data) // 2), "bad=4:7FFFFFF0")
+    row("raster_a_chunky.iff", "chunky.bmp", "bmptopnm", "raster_a_ehb", "result=2", "file=raster_a_chunky_0002.bmp")
     row("raster_a_chunky.iff", "chunky.tga", "tgatoppm", "raster_a_chunky", "result=1")
 
 
