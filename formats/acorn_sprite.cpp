@@ -170,7 +170,8 @@ int AcornSpriteToBmp(const ConvertCall& call) {
   if (sprites.size() == 1 || call.memoryMode())
     return WriteOne(call, [&](Sink& s) { return WriteBmp(s, sprites.front()); });
   Series series(call, "_%04d.bmp");
-  for (const Image& img : sprites) series.add([&](Sink& s) { return WriteBmp(s, img); });
+  for (const Image& img : sprites)
+    if (!series.add([&](Sink& s) { return WriteBmp(s, img); })) break;  // output budget spent
   return series.finish();
 }
 

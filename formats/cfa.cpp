@@ -106,7 +106,7 @@ int CfaToBmp(const ConvertCall& call) {
   Series series(call, "_%04d.bmp");
   for (std::uint32_t f = 0; f < c.frames; ++f) {
     Frame(file, c, f, img);
-    series.add([&](Sink& s) { return WriteBmp(s, img, 8); });
+    if (!series.add([&](Sink& s) { return WriteBmp(s, img, 8); })) break;  // output budget spent
   }
   return series.finish();
 }

@@ -64,7 +64,7 @@ int FrmToBmp(const ConvertCall& call) {
       if (!img.allocate(w, h, 1)) break;
       img.palette = palette;
       file.sub(at + kFrameHeader, pixels).bytes(img.pixels.data(), pixels);
-      series.add([&](Sink& s) { return WriteBmp(s, img, 8); });
+      if (!series.add([&](Sink& s) { return WriteBmp(s, img, 8); })) return series.finish();  // output budget spent
       at += kFrameHeader + pixels;
     }
   }

@@ -166,7 +166,10 @@ bool DecodeIlbm(const ByteReader& form, bool pbm, Image& img) {
   if (!deep && !ham) {
     map.resize(std::size_t(1) << planes);
     if (ehb)
-      for (int i = 32; i < 64; ++i) map[i] = Rgb{std::uint8_t(map[i - 32].r >> 1), std::uint8_t(map[i - 32].g >> 1), std::uint8_t(map[i - 32].b >> 1)};
+      for (int i = 32; i < 64; ++i) {
+        const Rgb& c = map[i - 32];
+        map[i] = Rgb{std::uint8_t(c.r >> 1), std::uint8_t(c.g >> 1), std::uint8_t(c.b >> 1)};
+      }
     img.palette = map;
     img.bits = planes;
   }
@@ -191,7 +194,8 @@ bool DecodeIlbm(const ByteReader& form, bool pbm, Image& img) {
     }
     if (deep) {
       for (std::uint32_t x = 0; x < w; ++x)
-        for (int ch = 0; ch < img.channels; ++ch) out[std::size_t(x) * img.channels + ch] = static_cast<std::uint8_t>(values[x] >> (8 * ch));
+        for (int ch = 0; ch < img.channels; ++ch)
+          out[std::size_t(x) * img.channels + ch] = static_cast<std::uint8_t>(values[x] >> (8 * ch));
     } else if (ham) {
       for (std::uint32_t x = 0; x < w; ++x) small[x] = static_cast<std::uint8_t>(values[x]);
       HamRow(small.data(), w, planes, map, out);

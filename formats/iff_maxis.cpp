@@ -57,8 +57,7 @@ void PaletteFor(const IffFile& iff, std::uint32_t id, Image& img) {
   img.bits = 8;
 }
 
-void Sprite1Frame(ByteReader cmds, const SpriteHeader& h, Image& img) {
-  (void)h;
+void Sprite1Frame(ByteReader cmds, Image& img) {
   std::uint32_t y = 0;
   while (cmds.remaining() >= 2) {
     const std::uint8_t cmd = cmds.u8(), count = cmds.u8();
@@ -190,7 +189,7 @@ bool DecodeMaxisSprite(const ByteReader& data, const IffFile& iff, const IffPict
   if (!spr2) {
     if (!img.allocate(h.at16(data, off + 6), h.at16(data, off + 4), 1)) return false;
     PaletteFor(iff, h.palette, img);
-    Sprite1Frame(data.sub(off + 8, data.size() - off - 8), h, img);
+    Sprite1Frame(data.sub(off + 8, data.size() - off - 8), img);
     return true;
   }
   const std::uint16_t w = data.u16leAt(off), ht = data.u16leAt(off + 2);

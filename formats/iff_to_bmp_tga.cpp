@@ -56,14 +56,15 @@ int IffFlrToBmp(const ConvertCall& call) {
       continue;
     }
     const ByteReader part = src.file.sub(pic.offset, pic.length);
+    // A write that fails (the call's output budget is spent) ends the series.
     if (pic.kind == IffPicture::Kind::Bmp) {
-      series.add([&](Sink& s) { return s.write(part.data(), part.size()); });
+      if (!series.add([&](Sink& s) { return s.write(part.data(), part.size()); })) break;
     } else {
       Image img;
-      if (DecodeIffPicture(src.file, src.iff, pic, img))
-        series.add([&](Sink& s) { return WriteAsBmp(s, img); });
-      else
+      if (!DecodeIffPicture(src.file, src.iff, pic, img))
         series.skip();
+      else if (!series.add([&](Sink& s) { return WriteAsBmp(s, img); }))
+        break;
     }
     if (series.done()) break;
   }

@@ -126,7 +126,7 @@ int GafToBmp(const ConvertCall& call) {
       Image img;
       if (!DecodeFrame(file, file.u32leAt(entryAt + 40 + 8 * std::size_t(f)), img)) continue;
       img.palette = palette;
-      series.add([&](Sink& s) { return WriteBmp(s, img, 8); });
+      if (!series.add([&](Sink& s) { return WriteBmp(s, img, 8); })) return series.finish();  // output budget spent
     }
   }
   return series.finish();
