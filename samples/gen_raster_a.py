@@ -706,6 +706,9 @@ def gen_rix():
     bad = ["bad=0:52495834", "bad=cut:400", "bad=4:FFFF", "bad=780:FFFF", "bad=778:FFFF"]
     row("raster_a_rose.scx", "rose.bmp", "bmptopnm", "raster_a_rose_scx", "result=1", *bad)
 
+    write("raster_a_rose.scz", data)                # the same picture under the text-mode extension
+    row("raster_a_rose.scz", "rose.bmp", "bmptopnm", "raster_a_rose_scx", "result=1", "bad=9:83")
+
     # 256 colours raw (".ska")
     data = head[:9] + b"\x00" + head[10:] + bytes(idx)
     write("raster_a_rose.ska", data)
