@@ -12,7 +12,6 @@ int Dc2ToTga(const ConvertCall&) { return 0; }
 int CbmFbmToSun(const ConvertCall&) { return 0; }
 int ScmToWav(const ConvertCall&) { return 0; }
 int BmpToPms(const ConvertCall&) { return 0; }
-int RadianceToPict(const ConvertCall&) { return 0; }
 int GifToJif(const ConvertCall&) { return 0; }
 int ItgToPbm(const ConvertCall&) { return 0; }
 int PgcToPbm(const ConvertCall&) { return 0; }

@@ -283,6 +283,34 @@ def esm_pix():
         "tol=2", "bad=cut:23", "bad=%d:ffff" % (21 + sof + 7))
 
 
+# Radiance pictures written by ImageMagick; the reference is what ImageMagick
+# reads back from them at 8 bits.
+def radiance():
+    def make(name, ext, *source):
+        path = os.path.join(HERE, name + "." + ext)
+        subprocess.run(["convert", *source, "hdr:" + path], check=True)
+        data = open(path, "rb").read()
+        ref = Image.open(io.BytesIO(magick("hdr:" + path, "-depth", "8", "png:-"))).convert("RGB")
+        return data, ref_png(name, ref)
+
+    data, ref = make("containers2_rose", "hdr", "rose:")
+    head = data.find(b"\n-Y ")
+    row("containers2_rose.hdr", "rose.pct", "decoder=magick", "ref=" + ref, "tol=1",
+        "bad=0:5858", "bad=cut:%d" % (head + 4), "bad=cut:%d" % (len(data) // 2))
+    # The resolution line's sizes padded with zeros (Radiance readers take
+    # them as numbers), so that a patch can make the width too large.
+    data, ref = make("containers2_gradient", "rad", "-size", "64x32", "gradient:red-blue")
+    line = b"-Y 32 +X 64\n"
+    assert data.count(line) == 1
+    data = data.replace(line, b"-Y 0032 +X 0064\n")
+    write("containers2_gradient.rad", data)
+    at = data.find(b"+X 0064") + 3
+    row("containers2_gradient.rad", "gradient.pct", "decoder=magick", "ref=" + ref, "tol=1",
+        "bad=%d:39393939" % at, "bad=cut:%d" % at)
+    data, ref = make("containers2_scene", "pic", "wizard:", "-resize", "48x64")
+    row("containers2_scene.pic", "scene.pct", "decoder=magick", "ref=" + ref, "tol=1")
+
+
 def main():
     os.makedirs(REF, exist_ok=True)
     sketchup()
@@ -295,6 +323,7 @@ def main():
     vue()
     cpc()
     esm_pix()
+    radiance()
     with open(os.path.join(HERE, "containers2.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
