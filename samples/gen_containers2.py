@@ -311,6 +311,39 @@ def radiance():
     row("containers2_scene.pic", "scene.pct", "decoder=magick", "ref=" + ref, "tol=1")
 
 
+# PixArt pictures: 8-bit packed indices, 4-bit interleaved planes, 24-bit RGB.
+def pixart():
+    def palette_of(q, n):
+        pal = q.getpalette()[: 3 * n]
+        return bytes(pal + [0] * (3 * n - len(pal)))
+
+    im = builtin("rose:").crop((0, 0, 64, 46))
+    q = im.quantize(colors=256)
+    data = b"PIXT" + struct.pack(">HBBHHH", 1, 0, 8, 64, 46, 0) + palette_of(q, 256) + bytes(q.getdata())
+    write("containers2_art.pix", data)
+    row("containers2_art.pix", "art.xpm", "decoder=xpmtoppm", "ref=" + ref_png("containers2_art", q),
+        "bad=0:50495858", "bad=cut:100", "bad=8:fff0")
+
+    q = builtin("logo:", (80, 60)).quantize(colors=16)
+    index = list(q.getdata())
+    planes = bytearray()
+    for y in range(60):
+        for g in range(5):
+            for p in range(4):
+                word = 0
+                for i in range(16):
+                    word |= (index[y * 80 + g * 16 + i] >> p & 1) << (15 - i)
+                planes += struct.pack(">H", word)
+    data = b"PIXT" + struct.pack(">HBBHHHH", 2, 1, 4, 80, 60, 0, 0) + palette_of(q, 16) + bytes(planes)
+    write("containers2_planes.pix", data)
+    row("containers2_planes.pix", "planes.xpm", "decoder=xpmtoppm", "ref=" + ref_png("containers2_planes", q))
+
+    im = builtin("wizard:", (48, 64))
+    data = b"PIXT" + struct.pack(">HBBHHH", 1, 1, 24, 48, 64, 0) + im.tobytes()
+    write("containers2_true.pix", data)
+    row("containers2_true.pix", "true.xpm", "decoder=xpmtoppm", "ref=" + ref_png("containers2_true", im))
+
+
 def main():
     os.makedirs(REF, exist_ok=True)
     sketchup()
@@ -324,6 +357,7 @@ def main():
     cpc()
     esm_pix()
     radiance()
+    pixart()
     with open(os.path.join(HERE, "containers2.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
