@@ -18,7 +18,6 @@ int PgcToPbm(const ConvertCall&) { return 0; }
 int PicToPcx(const ConvertCall&) { return 0; }
 int AviToWav(const ConvertCall&) { return 0; }
 int AmiToKoala(const ConvertCall&) { return 0; }
-int SddToJpeg(const ConvertCall&) { return 0; }
 int IcnsToPng(const ConvertCall&) { return 0; }
 int FpgToPng(const ConvertCall&) { return 0; }
 int HruToGif(const ConvertCall&) { return 0; }

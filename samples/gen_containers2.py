@@ -344,6 +344,74 @@ def pixart():
     row("containers2_true.pix", "true.xpm", "decoder=xpmtoppm", "ref=" + ref_png("containers2_true", im))
 
 
+# StarImpress presentation: a compound file (512-byte sectors) with a large
+# stream holding a JPEG whose sectors are stored in reverse order, and a small
+# stream in the mini stream (its sectors reversed too) holding another.
+def compound(streams):
+    ss, end, free, fatsec = 512, 0xFFFFFFFE, 0xFFFFFFFF, 0xFFFFFFFD
+    sectors = {}
+    fat = {}
+    nxt = [3]  # 0: FAT, 1: directory, 2: mini FAT
+
+    def place(data):
+        n = (len(data) + ss - 1) // ss
+        nums = list(range(nxt[0], nxt[0] + n))[::-1]
+        nxt[0] += n
+        for i, sec in enumerate(nums):
+            sectors[sec] = data[i * ss:(i + 1) * ss].ljust(ss, b"\0")
+            fat[sec] = nums[i + 1] if i + 1 < n else end
+        return nums[0]
+
+    mini, minifat, entries = b"", [], []
+    for name, data in streams:
+        if len(data) < 4096:
+            first = len(mini) // 64
+            n = (len(data) + 63) // 64
+            mini += data.ljust(n * 64, b"\0")
+            minifat += [first + i + 1 for i in range(n - 1)] + [end]
+            entries.append((name, 2, first, len(data)))
+        else:
+            entries.append((name, 2, place(data), len(data)))
+    root_start = place(mini)
+    fat[0], fat[1], fat[2] = fatsec, end, end
+    sectors[2] = b"".join(struct.pack("<I", v) for v in minifat).ljust(ss, b"\xff")
+
+    def entry(name, kind, start, size, child=free, right=free):
+        n = name.encode("utf-16-le") + b"\0\0"
+        return (n.ljust(64, b"\0") + struct.pack("<HBB", len(n), kind, 1) +
+                struct.pack("<III", free, right, child) + b"\0" * 36 + struct.pack("<III", start, size, 0))
+
+    dirs = entry("Root Entry", 5, root_start, len(mini), child=1)
+    for i, (name, kind, start, size) in enumerate(entries):
+        dirs += entry(name, kind, start, size, right=i + 2 if i + 1 < len(entries) else free)
+    sectors[1] = dirs.ljust(ss, b"\0")
+    count = nxt[0]
+    sectors[0] = b"".join(struct.pack("<I", fat.get(i, free)) for i in range(128))
+    head = (b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + b"\0" * 16 + struct.pack("<HHHHH", 0x3E, 3, 0xFFFE, 9, 6) +
+            b"\0" * 10 + struct.pack("<IIIIIIII", 1, 1, 0, 4096, 2, 1, end, 0))
+    head += struct.pack("<I", 0) + b"\xff" * (436 - 4)
+    assert len(head) == 512
+    return head + b"".join(sectors[i] for i in range(count))
+
+
+def starimpress():
+    big = encode(builtin("rose:"), "JPEG", quality=92)
+    small = encode(builtin("logo:", (32, 24)), "JPEG", quality=80)
+    assert len(small) < 4096 - 100
+    body = filler(700, 23) + big + filler(max(800, 4200 - len(big)), 24)
+    assert len(body) >= 4096
+    data = compound([("StarDrawDocument3", body), ("Preview", filler(40, 25) + small)])
+    write("containers2_slides.sdd", data)
+    for n, jpeg in enumerate((big, small), 1):
+        stored("containers2_slides_%d" % n, jpeg, "jpg")
+        pixels = Image.open(io.BytesIO(jpeg)).convert("RGB")
+        words = ["decoder=djpeg", "ref=" + ref_png("containers2_slides_%d" % n, pixels), "tol=2",
+                 "file=containers2_slides_%04d.jpg" % n, "result=2"]
+        if n == 1:
+            words += ["bad=0:00", "bad=cut:1024"]
+        row("containers2_slides.sdd", "slides.jpg", *words)
+
+
 def main():
     os.makedirs(REF, exist_ok=True)
     sketchup()
@@ -358,6 +426,7 @@ def main():
     esm_pix()
     radiance()
     pixart()
+    starimpress()
     with open(os.path.join(HERE, "containers2.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
