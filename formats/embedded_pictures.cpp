@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "common/budget.h"
 #include "common/image.h"
 
 namespace pix {
@@ -19,6 +20,54 @@ bool SkipSubBlocks(ByteReader& r) {
     if (r.bad()) return false;
     if (n == 0) return true;
     if (!r.skip(n)) return false;
+  }
+}
+
+// Walking a candidate counts as reading the bytes walked over, so that a file
+// full of false starts cannot make a scan run without bound.
+std::size_t Charged(const ByteReader& walked, std::size_t length) {
+  if (CallScope* scope = CallScope::Current()) scope->chargeRead(walked.pos());
+  return length;
+}
+
+std::size_t PngWalk(ByteReader& r) {
+  r.skip(8);
+  if (r.u32be() != 13 || r.str(4) != "IHDR") return 0;
+  const std::uint32_t w = r.u32be(), h = r.u32be();
+  if (r.bad() || CheckedSize(w, h, 1) == 0) return 0;
+  r.seek(8);
+  for (;;) {
+    const std::uint32_t length = r.u32be();
+    const std::string type = r.str(4);
+    if (r.bad() || length > 0x7FFFFFFFu || !r.skip(std::size_t(length) + 4)) return 0;
+    if (type == "IEND") return r.pos();
+  }
+}
+
+std::size_t GifWalk(ByteReader& r) {
+  const std::string sig = r.str(6);
+  if (sig != "GIF87a" && sig != "GIF89a") return 0;
+  const std::uint16_t w = r.u16le(), h = r.u16le();
+  const std::uint8_t flags = r.u8();
+  r.skip(2);
+  if (CheckedSize(w, h, 1) == 0) return 0;
+  if (flags & 0x80) r.skip(3u << ((flags & 7) + 1));
+  for (;;) {
+    const std::uint8_t kind = r.u8();
+    if (r.bad()) return 0;
+    if (kind == 0x3B) return r.pos();
+    if (kind == 0x21) {
+      r.skip(1);
+    } else if (kind == 0x2C) {
+      r.skip(8);
+      const std::uint8_t local = r.u8();
+      if (local & 0x80) r.skip(3u << ((local & 7) + 1));
+      const std::uint8_t codeSize = r.u8();
+      if (codeSize < 2 || codeSize > 11) return 0;
+    } else {
+      return 0;
+    }
+    if (!SkipSubBlocks(r)) return 0;
   }
 }
 
@@ -47,46 +96,13 @@ bool IsPngSignature(const ByteReader& in, std::size_t at) {
 std::size_t PngStreamLength(const ByteReader& in, std::size_t at) {
   if (!IsPngSignature(in, at)) return 0;
   ByteReader r = in.sub(at, std::min(in.size() - at, kMaxStoredPicture));
-  r.skip(8);
-  if (r.u32be() != 13 || r.str(4) != "IHDR") return 0;
-  const std::uint32_t w = r.u32be(), h = r.u32be();
-  if (r.bad() || CheckedSize(w, h, 1) == 0) return 0;
-  r.seek(8);
-  for (;;) {
-    const std::uint32_t length = r.u32be();
-    const std::string type = r.str(4);
-    if (r.bad() || length > 0x7FFFFFFFu || !r.skip(std::size_t(length) + 4)) return 0;
-    if (type == "IEND") return r.pos();
-  }
+  return Charged(r, PngWalk(r));
 }
 
 std::size_t GifStreamLength(const ByteReader& in, std::size_t at) {
   if (!in.has(at, 13)) return 0;
   ByteReader r = in.sub(at, std::min(in.size() - at, kMaxStoredPicture));
-  const std::string sig = r.str(6);
-  if (sig != "GIF87a" && sig != "GIF89a") return 0;
-  const std::uint16_t w = r.u16le(), h = r.u16le();
-  const std::uint8_t flags = r.u8();
-  r.skip(2);
-  if (CheckedSize(w, h, 1) == 0) return 0;
-  if (flags & 0x80) r.skip(3u << ((flags & 7) + 1));
-  for (;;) {
-    const std::uint8_t kind = r.u8();
-    if (r.bad()) return 0;
-    if (kind == 0x3B) return r.pos();
-    if (kind == 0x21) {
-      r.skip(1);
-    } else if (kind == 0x2C) {
-      r.skip(8);
-      const std::uint8_t local = r.u8();
-      if (local & 0x80) r.skip(3u << ((local & 7) + 1));
-      const std::uint8_t codeSize = r.u8();
-      if (codeSize < 2 || codeSize > 11) return 0;
-    } else {
-      return 0;
-    }
-    if (!SkipSubBlocks(r)) return 0;
-  }
+  return Charged(r, GifWalk(r));
 }
 
 namespace {
@@ -94,9 +110,7 @@ namespace {
 // The JPEG's marker segments from SOI on; with headerOnly up to the first
 // scan's header, otherwise through the entropy-coded data up to EOI. A frame
 // header must come before the first scan and give a size the library accepts.
-std::size_t JpegWalk(const ByteReader& in, std::size_t at, bool headerOnly) {
-  if (!in.has(at, 4) || in.at(at) != 0xFF || in.at(at + 1) != 0xD8 || in.at(at + 2) != 0xFF) return 0;
-  ByteReader r = in.sub(at, std::min(in.size() - at, kMaxStoredPicture));
+std::size_t JpegWalk(ByteReader& r, bool headerOnly) {
   r.skip(2);
   bool sawFrame = false;
   for (;;) {
@@ -136,8 +150,21 @@ std::size_t JpegWalk(const ByteReader& in, std::size_t at, bool headerOnly) {
 
 }  // namespace
 
-std::size_t JpegStreamLength(const ByteReader& in, std::size_t at) { return JpegWalk(in, at, false); }
+std::size_t JpegStreamLength(const ByteReader& in, std::size_t at) {
+  if (!in.has(at, 4) || in.at(at) != 0xFF || in.at(at + 1) != 0xD8 || in.at(at + 2) != 0xFF) return 0;
+  ByteReader r = in.sub(at, std::min(in.size() - at, kMaxStoredPicture));
+  return Charged(r, JpegWalk(r, false));
+}
 
-std::size_t JpegHeaderLength(const ByteReader& in, std::size_t at) { return JpegWalk(in, at, true); }
+std::size_t JpegHeaderLength(const ByteReader& in, std::size_t at) {
+  if (!in.has(at, 4) || in.at(at) != 0xFF || in.at(at + 1) != 0xD8 || in.at(at + 2) != 0xFF) return 0;
+  ByteReader r = in.sub(at, std::min(in.size() - at, kMaxStoredPicture));
+  return Charged(r, JpegWalk(r, true));
+}
+
+bool ScanBudgetLeft() {
+  const CallScope* scope = CallScope::Current();
+  return !scope || !scope->exceeded();
+}
 
 }  // namespace pix

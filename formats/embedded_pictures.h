@@ -39,4 +39,8 @@ std::size_t JpegStreamLength(const ByteReader& in, std::size_t at);
 // header (a frame header of accepted size before it); 0 when it does not hold.
 std::size_t JpegHeaderLength(const ByteReader& in, std::size_t at);
 
+// Walking candidates is charged to the call's read budget (as reading the
+// bytes walked over would be); scans stop once this turns false.
+bool ScanBudgetLeft();
+
 }  // namespace pix

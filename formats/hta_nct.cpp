@@ -53,7 +53,7 @@ bool CopyMembers(const ByteReader& r, Series& series) {
 
 void ScanForPngs(const ByteReader& r, Series& series) {
   int found = 0;
-  for (std::size_t at = FindBytes(r, 0, "\x89PNG"); at != kNotFound && found < kMaxPictures && !series.done();) {
+  for (std::size_t at = FindBytes(r, 0, "\x89PNG"); at != kNotFound && found < kMaxPictures && !series.done() && ScanBudgetLeft();) {
     const std::size_t length = PngStreamLength(r, at);
     if (length == 0) {
       at = FindBytes(r, at + 1, "\x89PNG");

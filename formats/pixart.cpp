@@ -8,7 +8,8 @@
 // is one plane, 1 black. 16 bits: xRGB 555 (type 0), RGB 565 (type 1) or the
 // type-0 word with its bytes exchanged (type 2); 24 bits: B G R (type 0) or
 // R G B (type 1); 32 bits: A R G B. Rows top to bottom, no compression; rows
-// missing at the end of the file stay index 0 / black.
+// missing at the end of the file (up to half the picture) stay index 0 /
+// black.
 #include <cstdint>
 #include <string>
 
@@ -126,6 +127,10 @@ int PixToXpm(const ConvertCall& call) {
   ByteReader r(data);
   PixArt h;
   if (!ReadHeader(r, h)) return 0;
+  // Rows missing at the end are filled, but a header that declares far more
+  // than the file holds is not believed.
+  const std::uint64_t declared = CheckedSize(h.width, h.height, 1) * h.depth / 8;
+  if (declared / 2 > r.remaining()) return 0;
   Image img;
   if (h.depth <= 8) {
     if (!img.allocate(h.width, h.height, 1)) return 0;

@@ -5,7 +5,8 @@
 // bytes in memory mode. The header is checked here first: "#?" at the start,
 // text lines up to an empty one with a FORMAT of 32-bit_rle_rgbe or
 // 32-bit_rle_xyze if any, then a resolution line such as "-Y 512 +X 768"
-// whose sizes the library accepts (a PICT row holds at most 4095 pixels).
+// whose sizes the library accepts (a PICT row holds at most 4095 pixels) and
+// that the file's size makes believable.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -59,7 +60,12 @@ bool ParseResolution(const std::string& line, std::uint32_t& ySize, std::uint32_
   return false;
 }
 
-bool SoundHeader(const ByteReader& head) {
+// Run-length coding packs a plain picture tightly, but not without bound: a
+// header that declares far more pixels than the file can hold is not believed.
+constexpr std::uint64_t kMaxPacking = 256;
+constexpr std::uint64_t kSmallPicture = std::uint64_t(16) << 20;
+
+bool SoundHeader(const ByteReader& head, std::uint64_t fileSize) {
   ByteReader r = head;
   if (r.u8() != '#' || r.u8() != '?') return false;
   std::string line;
@@ -72,7 +78,8 @@ bool SoundHeader(const ByteReader& head) {
   }
   std::uint32_t ySize = 0, xSize = 0;
   if (!ReadLine(r, line) || !ParseResolution(line, ySize, xSize)) return false;
-  return xSize <= kMaxPictWidth && CheckedSize(xSize, ySize, 4) != 0;
+  const std::uint64_t raw = CheckedSize(xSize, ySize, 4);
+  return xSize <= kMaxPictWidth && raw != 0 && raw <= kMaxPacking * fileSize + kSmallPicture;
 }
 
 }  // namespace
@@ -82,7 +89,8 @@ int RadianceToPict(const ConvertCall& call) {
   {
     InFile in(call.source);
     FileWindow head(in);
-    if (!in || !head.load(0, kHeaderArea) || !SoundHeader(head.reader())) return 0;
+    if (!in || !head.load(0, kHeaderArea) || !SoundHeader(head.reader(), static_cast<std::uint64_t>(in.size())))
+      return 0;
   }
   Bytes pict;
   if (!MagickConvert(call.source, "HDR", "PICT", pict)) return 0;

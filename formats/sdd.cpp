@@ -123,7 +123,7 @@ bool OpenCompound(const ByteReader& r, Compound& cf) {
 }
 
 void ScanForJpegs(const ByteReader& r, Series& series, int& found) {
-  for (std::size_t at = FindBytes(r, 0, "\xFF\xD8\xFF"); at != kNotFound && found < kMaxPictures && !series.done();) {
+  for (std::size_t at = FindBytes(r, 0, "\xFF\xD8\xFF"); at != kNotFound && found < kMaxPictures && !series.done() && ScanBudgetLeft();) {
     const std::size_t length = JpegStreamLength(r, at);
     if (length < kMinJpeg) {
       at = FindBytes(r, at + 1, "\xFF\xD8\xFF");
@@ -139,9 +139,12 @@ void ScanForJpegs(const ByteReader& r, Series& series, int& found) {
   }
 }
 
-// The streams of the compound file, in directory order; false when its
-// directory cannot be read.
-bool ReadStreams(Compound& cf, std::vector<Bytes>& streams) {
+// Hands every stream of the compound file to `scan`, in directory order;
+// false when its directory cannot be read. Streams that share sectors are
+// read again each time, so the bytes handed over are bounded like a call's
+// reads are.
+template <class Scan>
+bool ForEachStream(Compound& cf, Scan&& scan) {
   Bytes dir;
   Chain c;
   const std::uint32_t dirStart = cf.file.u32leAt(48);
@@ -155,14 +158,17 @@ bool ReadStreams(Compound& cf, std::vector<Bytes>& streams) {
   };
   if (entries.at(66) != 5) return false;  // the root comes first
   if (sizeOf(0) > 0 && !cf.read(entries.u32leAt(116), sizeOf(0), cf.miniStream)) return false;
+  std::uint64_t handed = 0;
+  const std::uint64_t limit = 64 * std::uint64_t(cf.file.size()) + kMaxStoredPicture;
   for (std::size_t e = 128; e + 128 <= dir.size(); e += 128) {
     if (entries.at(e + 66) != 2) continue;
     const std::uint64_t size = sizeOf(e);
     if (size == 0 || size > kMaxStoredPicture) continue;
+    if ((handed += size) > limit) break;
     Bytes stream;
     const bool good = size < cf.miniCutoff ? cf.readMini(entries.u32leAt(e + 116), size, stream)
                                            : cf.read(entries.u32leAt(e + 116), size, stream);
-    if (good) streams.push_back(std::move(stream));
+    if (good && !scan(stream)) break;
   }
   return true;
 }
@@ -179,12 +185,11 @@ int SddToJpeg(const ConvertCall& call) {
   Series series(call, "_%04d.jpg");
   int found = 0;
   Compound cf;
-  std::vector<Bytes> streams;
-  if (OpenCompound(r, cf) && ReadStreams(cf, streams)) {
-    for (const Bytes& s : streams) ScanForJpegs(ByteReader(s), series, found);
-  } else {
-    ScanForJpegs(r, series, found);
-  }
+  const bool compound = OpenCompound(r, cf) && ForEachStream(cf, [&](const Bytes& stream) {
+    ScanForJpegs(ByteReader(stream), series, found);
+    return found < kMaxPictures && !series.done();
+  });
+  if (!compound && found == 0) ScanForJpegs(r, series, found);
   return series.finish();
 }
 

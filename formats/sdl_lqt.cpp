@@ -29,7 +29,7 @@ int SdlLqtToGif(const ConvertCall& call) {
   const ByteReader r = window.reader();
   Series series(call, "_%04d.gif");
   int found = 0;
-  for (std::size_t at = FindBytes(r, 0, "GIF8"); at != kNotFound && found < kMaxPictures && !series.done();) {
+  for (std::size_t at = FindBytes(r, 0, "GIF8"); at != kNotFound && found < kMaxPictures && !series.done() && ScanBudgetLeft();) {
     const std::size_t length = GifStreamLength(r, at);
     if (length == 0) {
       at = FindBytes(r, at + 1, "GIF8");

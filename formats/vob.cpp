@@ -33,7 +33,8 @@ int VobToGif(const ConvertCall& call) {
   if (!window.load(0, kMarkerArea) || !HasMarker(window.reader())) return 0;
   if (!window.load(0, kGifArea)) return 0;
   const ByteReader r = window.reader();
-  for (std::size_t at = FindBytes(r, 0, "GIF8"); at != kNotFound; at = FindBytes(r, at + 1, "GIF8")) {
+  for (std::size_t at = FindBytes(r, 0, "GIF8"); at != kNotFound && ScanBudgetLeft();
+       at = FindBytes(r, at + 1, "GIF8")) {
     const std::size_t length = GifStreamLength(r, at);
     if (length == 0) continue;
     const ByteReader gif = r.sub(at, length);

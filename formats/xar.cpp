@@ -54,7 +54,8 @@ Span PreviewRecord(const ByteReader& head, std::uint64_t fileSize) {
 
 // The first GIF in the bytes whose structure holds together.
 ByteReader FirstGif(const ByteReader& r) {
-  for (std::size_t at = FindBytes(r, 0, "GIF8"); at != kNotFound; at = FindBytes(r, at + 1, "GIF8")) {
+  for (std::size_t at = FindBytes(r, 0, "GIF8"); at != kNotFound && ScanBudgetLeft();
+       at = FindBytes(r, at + 1, "GIF8")) {
     const std::size_t length = GifStreamLength(r, at);
     if (length) return r.sub(at, length);
   }
