@@ -4,25 +4,12 @@
 
 namespace pix {
 
-int ImgToPgm(const ConvertCall&) { return 0; }
-int IcsToDib(const ConvertCall&) { return 0; }
-int TgaWlm(const ConvertCall&) { return 0; }
-int GpbToTga(const ConvertCall&) { return 0; }
-int Dc2ToTga(const ConvertCall&) { return 0; }
-int CbmFbmToSun(const ConvertCall&) { return 0; }
 int ScmToWav(const ConvertCall&) { return 0; }
 int BmpToPms(const ConvertCall&) { return 0; }
-int GifToJif(const ConvertCall&) { return 0; }
-int ItgToPbm(const ConvertCall&) { return 0; }
-int PgcToPbm(const ConvertCall&) { return 0; }
 int PicToPcx(const ConvertCall&) { return 0; }
 int AviToWav(const ConvertCall&) { return 0; }
-int AmiToKoala(const ConvertCall&) { return 0; }
 int IcnsToPng(const ConvertCall&) { return 0; }
-int FpgToPng(const ConvertCall&) { return 0; }
-int HruToGif(const ConvertCall&) { return 0; }
 int MbmToGif(const ConvertCall&) { return 0; }
-int JifToGif(const ConvertCall&) { return 0; }
 int BmpToOtb(const ConvertCall&) { return 0; }
 int PigToSun(const ConvertCall&) { return 0; }
 int ImgToCmuA(const ConvertCall&) { return 0; }
