@@ -4,21 +4,11 @@
 
 namespace pix {
 
-int BinToGif(const ConvertCall&) { return 0; }
 int ScmToWav(const ConvertCall&) { return 0; }
 int BmpToPms(const ConvertCall&) { return 0; }
-int RadianceToPict(const ConvertCall&) { return 0; }
 int AviToWav(const ConvertCall&) { return 0; }
-int PixToXpm(const ConvertCall&) { return 0; }
-int PixToJpeg(const ConvertCall&) { return 0; }
-int SddToJpeg(const ConvertCall&) { return 0; }
 int IcnsToPng(const ConvertCall&) { return 0; }
-int HtaNctToPng(const ConvertCall&) { return 0; }
-int SkpSxdToPng(const ConvertCall&) { return 0; }
 int MbmToGif(const ConvertCall&) { return 0; }
-int SdlLqtToGif(const ConvertCall&) { return 0; }
-int XarToGif(const ConvertCall&) { return 0; }
-int VobToGif(const ConvertCall&) { return 0; }
 int BmpToOtb(const ConvertCall&) { return 0; }
 int PigToSun(const ConvertCall&) { return 0; }
 int ImgToCmuA(const ConvertCall&) { return 0; }
