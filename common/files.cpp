@@ -1,11 +1,14 @@
 #include "common/files.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 
+#include "common/budget.h"
 #include "common/console.h"
+#include "common/reader.h"
 #include "platform/platform.h"
 
 #ifdef _WIN32
@@ -20,6 +23,7 @@ namespace pix {
 
 bool InFile::open(const char* path) {
   close();
+  spent_ = false;
   if (!path || !*path) return false;
   f_ = std::fopen(path, "rb");
   return f_ != nullptr;
@@ -31,8 +35,13 @@ void InFile::close() {
 }
 
 std::size_t InFile::read(void* dst, std::size_t n) {
-  if (!f_ || n == 0) return 0;
-  return std::fread(dst, 1, n, f_);
+  if (!f_ || n == 0 || spent_) return 0;
+  std::size_t got = std::fread(dst, 1, n, f_);
+  if (CallScope* scope = CallScope::Current(); scope && !scope->chargeRead(got)) {
+    spent_ = true;
+    return 0;
+  }
+  return got;
 }
 
 bool InFile::seekCur(std::int64_t delta) {
@@ -65,7 +74,32 @@ std::int64_t InFile::size() {
   return end;
 }
 
-int InFile::getc() { return f_ ? std::fgetc(f_) : EOF; }
+int InFile::getc() {
+  if (!f_ || spent_) return EOF;
+  if (CallScope* scope = CallScope::Current(); scope && !scope->chargeRead(1)) {
+    spent_ = true;
+    return EOF;
+  }
+  return std::fgetc(f_);
+}
+
+bool FileWindow::load(std::uint64_t offset, std::size_t length) {
+  bytes_.clear();
+  offset_ = offset;
+  if (offset > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) ||
+      !file_.seekSet(static_cast<std::int64_t>(offset)))
+    return false;
+  std::int64_t size = file_.size();
+  if (size < 0 || offset >= static_cast<std::uint64_t>(size)) return false;
+  std::uint64_t avail = static_cast<std::uint64_t>(size) - offset;
+  try {
+    bytes_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(avail, length)));
+  } catch (...) {
+    return false;
+  }
+  bytes_.resize(file_.read(bytes_.data(), bytes_.size()));
+  return !bytes_.empty();
+}
 
 bool ReadWholeFile(const char* path, Bytes& out, std::size_t maxBytes) {
   InFile in(path);
@@ -85,7 +119,14 @@ bool Sink::open(const char* path) {
   mem_.clear();
   if (!path || !*path) return openMemory();
   memory_ = false;
+  CallScope* scope = CallScope::Current();
+  if (scope && (scope->exceeded() || !scope->chargeFile())) {
+    failed_ = true;
+    return false;
+  }
+  const bool existed = platform::FileExists(path);
   f_ = std::fopen(path, "wb");
+  if (f_ && scope) scope->noteCreated(path, existed);
   return f_ != nullptr;
 }
 
@@ -100,6 +141,10 @@ bool Sink::openMemory() {
 
 bool Sink::write(const void* data, std::size_t n) {
   if (n == 0) return !failed_;
+  if (CallScope* scope = CallScope::Current(); scope && !scope->chargeWrite(n)) {
+    failed_ = true;
+    return false;
+  }
   if (memory_) {
     try {
       const auto* p = static_cast<const std::uint8_t*>(data);

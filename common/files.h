@@ -29,7 +29,8 @@ class InFile {
   explicit operator bool() const { return ok(); }
 
   std::size_t read(void* dst, std::size_t n);  // bytes read; sets eof() on a short read
-  bool eof() const { return f_ && std::feof(f_) != 0; }
+  // True at the end of the file, and once the call's read budget is spent.
+  bool eof() const { return spent_ || (f_ && std::feof(f_) != 0); }
   bool seekCur(std::int64_t delta);             // false (position kept) when it would go before 0
   bool seekSet(std::int64_t pos);
   bool seekEnd(std::int64_t delta);
@@ -40,6 +41,7 @@ class InFile {
 
  private:
   std::FILE* f_ = nullptr;
+  bool spent_ = false;
 };
 
 // Reads a whole file; false when it cannot be opened or is larger than maxBytes.

@@ -1,18 +1,18 @@
-// Routes that read a picture through MagickCore. A build without it
-// (PIXMISC_MAGICK off: the Windows DLL until a Windows MagickCore is at hand)
-// keeps the routes; they print one line and convert nothing.
+// Conversions through ImageMagick's MagickCore, kept behind one call so that
+// nothing else includes its headers. Builds without ImageMagick (the Windows
+// build) keep the call: it prints one line saying so and fails.
 #pragma once
+
+#include "common/files.h"
 
 namespace pix {
 
-#if defined(PIXMISC_MAGICK) && PIXMISC_MAGICK
-inline constexpr bool kHaveMagick = true;
-#else
-inline constexpr bool kHaveMagick = false;
-#endif
-
-// Prints "<what>: this build of Pixmisc has no MagickCore" to standard error
-// and returns 0, the result of a route that wrote nothing.
-int NoMagick(const char* what);
+// Decodes the source file as `sourceFormat` (a MagickCore coder name such as
+// "HDR"; the file's bytes are handed over as a blob, so its name means
+// nothing to ImageMagick) and encodes the first picture as `format` ("PICT")
+// into `out`. MagickCore prints nothing and writes no file. False when the
+// source cannot be read or decoded, the encoding fails, or the build has no
+// ImageMagick.
+bool MagickConvert(const char* source, const char* sourceFormat, const char* format, Bytes& out);
 
 }  // namespace pix

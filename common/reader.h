@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace pix {
 
@@ -76,6 +77,20 @@ class ByteReader {
   }
   bool has(std::size_t off, std::size_t n) const { return off <= size_ && n <= size_ - off; }
 
+  // A reader over length bytes from off (clamped to what there is), with its
+  // own cursor at 0. The view sets bad() at once when it had to be clamped.
+  ByteReader sub(std::size_t off, std::size_t length) const {
+    ByteReader r;
+    if (off > size_) off = size_;
+    std::size_t n = length < size_ - off ? length : size_ - off;
+    r.data_ = data_ + off;
+    r.size_ = n;
+    r.bad_ = n < length;
+    return r;
+  }
+  // The rest of the bytes from the cursor on, as a view.
+  ByteReader rest() const { return sub(pos_, remaining()); }
+
  private:
   bool copy(void* dst, std::size_t n) {
     std::size_t avail = remaining();
@@ -93,6 +108,26 @@ class ByteReader {
   std::size_t size_ = 0;
   std::size_t pos_ = 0;
   bool bad_ = false;
+};
+
+// A window of a file read into memory, for converters that stream sources
+// too large to hold whole: load() reads [offset, offset + length) (less at
+// the end of the file) and reader() gives the bounds-checked reader over it,
+// whose offsets are relative to the window's start.
+class InFile;
+class FileWindow {
+ public:
+  explicit FileWindow(InFile& file) : file_(file) {}
+  // False when nothing could be read at offset.
+  bool load(std::uint64_t offset, std::size_t length);
+  std::uint64_t offset() const { return offset_; }
+  std::size_t size() const { return bytes_.size(); }
+  ByteReader reader() const { return ByteReader(bytes_.data(), bytes_.size()); }
+
+ private:
+  InFile& file_;
+  std::uint64_t offset_ = 0;
+  std::vector<std::uint8_t> bytes_;
 };
 
 }  // namespace pix

@@ -1,12 +1,18 @@
 // The conversion entry, the block-freeing export and the version query.
 #include <cstdlib>
 
+#include "common/budget.h"
 #include "entry/routes.h"
 #include "pixmisc.h"
 
 extern "C" int pixMISC(const char* source, const char* target) {
   if (!source) return 0;
-  return pix::RunRoute(pix::LookUpRoute(source, target), source, target);
+  pix::CallScope scope(source);
+  const pix::RouteMatch match = pix::LookUpRoute(source, target);
+  const int n = pix::RunRoute(match, source, target);
+  const bool zeroIsSuccess = match.kind == pix::RouteMatch::Row && match.route->result == pix::Result::ZeroIsSuccess;
+  scope.finish(zeroIsSuccess ? n != 0 : n <= 0);
+  return n;
 }
 
 extern "C" void pixFree(void* block) { std::free(block); }

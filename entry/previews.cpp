@@ -1,5 +1,7 @@
 #include "entry/previews.h"
 
+#include "common/budget.h"
+
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -264,6 +266,7 @@ using pix::ConvertCall;
 
 extern "C" int seeMISC(const char* source, unsigned char** out) {
   if (!source) return 0;
+  pix::CallScope scope(source);
   const std::string ext = pix::Split(source).ext;
   ConvertCall call;
   call.source = source;
@@ -296,6 +299,7 @@ extern "C" int seeMultiMISC(const char* source, int index, unsigned char** out) 
   if (!source) return 0;
   const pix::PreviewEntry* e = pix::Find(pix::Split(source).ext, pix::kMulti);
   if (!e) return 0;
+  pix::CallScope scope(source);
   ConvertCall call;
   call.source = source;
   call.arg1 = index;

@@ -50,5 +50,7 @@ std::tm LocalNow();
 
 // True when a regular file exists at PATH.
 bool FileExists(const std::string& path);
+// Size of the regular file at PATH, -1 when there is none.
+long long FileSize(const std::string& path);
 
 }  // namespace pix::platform

@@ -27,20 +27,6 @@ Pnm Decode(const std::string& cmd) {
   return p;
 }
 
-void ExpectCard(const Pnm& p, const pix::Image& img) {
-  ASSERT_EQ(p.width, static_cast<int>(img.width));
-  ASSERT_EQ(p.height, static_cast<int>(img.height));
-  ASSERT_EQ(p.channels, 3);
-  for (std::uint32_t y = 0; y < img.height; ++y)
-    for (std::uint32_t x = 0; x < img.width; ++x) {
-      pix::Rgb c = img.palette[img.row(y)[x]];
-      std::size_t i = (std::size_t(y) * img.width + x) * 3;
-      ASSERT_EQ(p.samples[i], c.r) << x << "," << y;
-      ASSERT_EQ(p.samples[i + 1], c.g);
-      ASSERT_EQ(p.samples[i + 2], c.b);
-    }
-}
-
 std::string WriteWith(const pixtest::Scratch& s, const char* name, bool (*writer)(pix::Sink&, const pix::Image&),
                       const pix::Image& img) {
   pix::Sink out;
@@ -50,50 +36,87 @@ std::string WriteWith(const pixtest::Scratch& s, const char* name, bool (*writer
   return s.path(name);
 }
 
-TEST(Writers, IndexedPicturesDecodeToTheirColours) {
-  PIX_REQUIRE_TOOL("bmptopnm");
-  PIX_REQUIRE_TOOL("pngtopnm");
-  PIX_REQUIRE_TOOL("giftopnm");
-  pixtest::Scratch s;
-  pix::Image img = Card(6);
-  auto bmp = [](pix::Sink& o, const pix::Image& i) { return pix::WriteBmp(o, i); };
-  auto png = [](pix::Sink& o, const pix::Image& i) { return pix::WritePng(o, i); };
-  auto gif = [](pix::Sink& o, const pix::Image& i) { return pix::WriteGif(o, i); };
-  auto pnm = [](pix::Sink& o, const pix::Image& i) { return pix::WritePnm(o, i); };
-  ExpectCard(Decode("bmptopnm " + pixtest::Quote(WriteWith(s, "a.bmp", bmp, img))), img);
-  ExpectCard(Decode("pngtopnm " + pixtest::Quote(WriteWith(s, "a.png", png, img))), img);
-  ExpectCard(Decode("giftopnm " + pixtest::Quote(WriteWith(s, "a.gif", gif, img))), img);
-  ExpectCard(Decode("cat " + pixtest::Quote(WriteWith(s, "a.ppm", pnm, img))), img);
+// Compares a decoded picture (grey or RGB) with the colours of ours.
+void ExpectSame(const Pnm& p, const pix::Image& img, const std::string& what) {
+  ASSERT_EQ(p.width, static_cast<int>(img.width)) << what;
+  ASSERT_EQ(p.height, static_cast<int>(img.height)) << what;
+  for (std::uint32_t y = 0; y < img.height; ++y)
+    for (std::uint32_t x = 0; x < img.width; ++x) {
+      pix::Rgb c = img.rgb(x, y);
+      std::size_t i = (std::size_t(y) * img.width + x) * p.channels;
+      pix::Rgb d = p.channels == 1 ? pix::Rgb{p.samples[i], p.samples[i], p.samples[i]}
+                                   : pix::Rgb{p.samples[i], p.samples[i + 1], p.samples[i + 2]};
+      ASSERT_EQ(d, c) << what << " at " << x << "," << y;
+    }
 }
 
-TEST(Writers, TrueColourAndBilevel) {
-  PIX_REQUIRE_TOOL("bmptopnm");
-  PIX_REQUIRE_TOOL("pngtopnm");
-  pixtest::Scratch s;
+// The pictures every writer is tried on: the kinds and depths the formats need.
+std::vector<std::pair<std::string, pix::Image>> Pictures() {
+  std::vector<std::pair<std::string, pix::Image>> v;
+  v.emplace_back("2 colours", Card(2));
+  v.emplace_back("6 colours", Card(6));
+  v.emplace_back("200 colours", Card(200));
+  pix::Image grey = Card(2);
+  grey.palette.clear();
+  for (std::size_t i = 0; i < grey.pixels.size(); ++i) grey.pixels[i] = std::uint8_t(i * 7);
+  v.emplace_back("grey", grey);
   pix::Image rgb;
-  rgb.allocate(5, 3, 3);
+  rgb.allocate(13, 7, 3);
   for (std::size_t i = 0; i < rgb.pixels.size(); ++i) rgb.pixels[i] = std::uint8_t(i * 17);
-  for (const char* name : {"t.bmp", "t.png"}) {
-    pix::Sink out;
-    ASSERT_TRUE(out.open(s.path(name).c_str()));
-    ASSERT_TRUE(name[2] == 'b' ? pix::WriteBmp(out, rgb) : pix::WritePng(out, rgb));
-    out.close();
-    Pnm p = Decode(std::string(name[2] == 'b' ? "bmptopnm " : "pngtopnm ") + pixtest::Quote(s.path(name)));
-    EXPECT_EQ(p.samples, rgb.pixels) << name;
+  v.emplace_back("RGB", rgb);
+  pix::Image rgba;
+  rgba.allocate(13, 7, 4);
+  for (std::size_t i = 0; i < rgba.pixels.size(); ++i) rgba.pixels[i] = std::uint8_t(i % 4 == 3 ? 255 : i * 13);
+  v.emplace_back("RGBA", rgba);
+  return v;
+}
+
+struct WriterCase {
+  const char* name;
+  bool (*write)(pix::Sink&, const pix::Image&);
+  const char* decoder;  // netpbm-style command writing PNM
+  bool indexedOnly;
+};
+
+TEST(Writers, EveryWriterDecodesToTheColoursOfEveryKindOfPicture) {
+  const WriterCase cases[] = {
+      {"a.bmp", [](pix::Sink& o, const pix::Image& i) { return pix::WriteBmp(o, i); }, "bmptopnm", false},
+      {"a.tga", pix::WriteTga, "tgatoppm", false},
+      {"a.pcx", pix::WritePcx, "pcxtoppm", false},
+      {"a.ras", pix::WriteSun, "rasttopnm", false},
+      {"a.xpm", [](pix::Sink& o, const pix::Image& i) { return pix::WriteXpm(o, i); }, "xpmtoppm", false},
+      {"a.png", pix::WritePng, "pngtopnm", false},
+      {"a.gif", pix::WriteGif, "giftopnm", true},
+      {"a.tif", pix::WriteTiff, "tifftopnm", false},
+      {"a.ppm", [](pix::Sink& o, const pix::Image& i) { return pix::WritePnm(o, i); }, "cat", false},
+  };
+  pixtest::Scratch s;
+  for (const WriterCase& w : cases) {
+    PIX_REQUIRE_TOOL(w.decoder);
+    for (const auto& [kind, img] : Pictures()) {
+      if (w.indexedOnly && img.channels != 1) continue;
+      std::string what = std::string(w.name) + " of a " + kind + " picture";
+      std::string path = WriteWith(s, w.name, w.write, img);
+      ExpectSame(Decode(std::string(w.decoder) + " " + pixtest::Quote(path) + " 2>/dev/null"), img, what);
+      // memory mode gives the same bytes
+      pix::Sink mem;
+      mem.openMemory();
+      ASSERT_TRUE(w.write(mem, img));
+      EXPECT_EQ(mem.memory(), pixtest::ReadFile(path)) << what;
+    }
   }
-  pix::Image bits;
-  bits.allocate(10, 2, 1);
-  bits.palette = {{255, 255, 255}, {0, 0, 0}};
-  for (std::uint32_t x = 0; x < 10; ++x) bits.row(1)[x] = x % 2;
-  pix::Sink out;
-  ASSERT_TRUE(out.open(s.path("b.bmp").c_str()));
-  ASSERT_TRUE(pix::WriteBmp(out, bits, 1));
-  out.close();
-  Pnm p = Decode("bmptopnm " + pixtest::Quote(s.path("b.bmp")) + " | ppmtopgm");
-  ASSERT_EQ(p.width, 10);
-  for (std::uint32_t x = 0; x < 10; ++x) {
-    EXPECT_EQ(p.samples[x], 255);
-    EXPECT_EQ(p.samples[10 + x], x % 2 ? 0 : 255);
+}
+
+TEST(Writers, BmpDepthFollowsThePalette) {
+  pixtest::Scratch s;
+  const std::pair<int, int> depths[] = {{2, 1}, {6, 4}, {200, 8}};
+  for (auto [colours, bits] : depths) {
+    std::string path = WriteWith(s, "d.bmp", [](pix::Sink& o, const pix::Image& i) { return pix::WriteBmp(o, i); },
+                                 Card(colours));
+    pixtest::Bytes b = pixtest::ReadFile(path);
+    ASSERT_GT(b.size(), 54u);
+    EXPECT_EQ(b[28], bits) << colours << " colours";
+    EXPECT_EQ(b[46], colours) << "palette length";
   }
 }
 
@@ -105,6 +128,11 @@ TEST(Writers, RefuseEmptyPictures) {
   EXPECT_FALSE(pix::WritePng(out, none));
   EXPECT_FALSE(pix::WriteGif(out, none));
   EXPECT_FALSE(pix::WritePnm(out, none));
+  EXPECT_FALSE(pix::WriteTga(out, none));
+  EXPECT_FALSE(pix::WritePcx(out, none));
+  EXPECT_FALSE(pix::WriteSun(out, none));
+  EXPECT_FALSE(pix::WriteXpm(out, none));
+  EXPECT_FALSE(pix::WriteTiff(out, none));
 }
 
 }  // namespace
@@ -134,7 +162,7 @@ TEST(GifReader, ReadsOursAndInterlacedPictures) {
   ASSERT_TRUE(pix::ReadGif(pixtest::ReadFile(s.path("i.gif")), il));
   Pnm p = Decode("giftopnm " + pixtest::Quote(s.path("i.gif")) + " | ppmtoppm");
   ASSERT_EQ(p.height, 29);
-  ExpectCard(p, il);
+  ExpectSame(p, il, "interlaced GIF");
 }
 
 TEST(GifReader, RefusesBrokenAndHugePictures) {

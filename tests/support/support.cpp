@@ -143,9 +143,18 @@ std::vector<Sample> Samples() {
     std::string line;
     while (std::getline(in, line)) {
       std::istringstream words(line);
-      std::string src, dst;
+      std::string src, dst, word;
       if (!(words >> src >> dst) || src[0] == '#') continue;
-      v.push_back({(dir / src).string(), dst});
+      Sample sample{(dir / src).string(), dst, {}, {}};
+      while (words >> word) {
+        std::size_t eq = word.find('=');
+        if (eq == std::string::npos) continue;
+        if (word.compare(0, eq, "bad") == 0)
+          sample.bad.push_back(word.substr(eq + 1));
+        else
+          sample.options[word.substr(0, eq)] = word.substr(eq + 1);
+      }
+      v.push_back(sample);
     }
   }
   return v;

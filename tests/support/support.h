@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -70,11 +71,18 @@ struct Pnm {
 };
 bool ParsePnm(const Bytes& data, Pnm& out);
 
-// The project's sample sources (samples/*.list): source path and the target
-// file name the demo converts it to.
+// The project's sample sources (samples/*.list): source path, the target
+// file name the demo converts it to, and the row's key=value words (see
+// samples/README.md): decoder, ref, file, tol, result, and every bad= case.
 struct Sample {
   std::string source;
   std::string target;
+  std::map<std::string, std::string> options;
+  std::vector<std::string> bad;
+  std::string option(const std::string& key) const {
+    auto it = options.find(key);
+    return it == options.end() ? std::string() : it->second;
+  }
 };
 std::vector<Sample> Samples();
 

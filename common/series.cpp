@@ -1,0 +1,61 @@
+#include "common/series.h"
+
+#include "common/paths.h"
+#include "platform/platform.h"
+
+namespace pix {
+
+int WriteOne(const ConvertCall& call, const Encoder& encode) {
+  Sink out;
+  if (call.memoryMode()) {
+    out.openMemory();
+    if (!encode(out) || out.failed()) return 0;
+    return out.release(call.out);
+  }
+  if (!out.open(call.target)) return 0;
+  bool good = encode(out);
+  good = out.close() && good;
+  if (!good) platform::DeleteFile(call.target);
+  return good ? 1 : 0;
+}
+
+Series::Series(const ConvertCall& call, const char* suffix) : call_(call), suffix_(suffix) {
+  wanted_ = call.arg1 > 0 ? call.arg1 : 1;
+}
+
+bool Series::wantsNext() const { return call_.memoryMode() ? !have_ && number_ == wanted_ : true; }
+
+bool Series::done() const { return call_.memoryMode() && have_; }
+
+bool Series::add(const Encoder& encode) {
+  const int n = number_++;
+  if (call_.memoryMode()) {
+    if (have_ || n != wanted_) return true;
+    Sink out;
+    out.openMemory();
+    if (!encode(out) || out.failed()) return false;
+    block_ = out.memory();
+    have_ = true;
+    return true;
+  }
+  const std::string name = SiblingName(call_.target, call_.source, suffix_.c_str(), n);
+  if (name.empty()) return false;
+  Sink out;
+  if (!out.open(name.c_str())) return false;
+  bool good = encode(out);
+  good = out.close() && good;
+  if (!good) {
+    platform::DeleteFile(name);
+    return false;
+  }
+  ++written_;
+  return true;
+}
+
+int Series::finish() {
+  if (!call_.memoryMode()) return written_;
+  if (!have_ || block_.empty()) return 0;
+  return HandOver(block_, call_.out);
+}
+
+}  // namespace pix
