@@ -36,7 +36,7 @@ struct BdfState {
 };
 
 // Reports a parse error the way the console tool did and marks the parse failed.
-void Fail(BdfState& s, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+void Fail(BdfState& s, const char* fmt, ...) PIX_PRINTF(2, 3);
 void Fail(BdfState& s, const char* fmt, ...) {
   char text[512];
   va_list ap;
