@@ -51,6 +51,12 @@ static void ConvertOne(const char *samples, const char *out, const char *folder,
     snprintf(stem, sizeof stem, "%s", source);
     char *dot = strrchr(stem, '.');
     if (dot) *dot = 0;
+    char there[MAX_PATH * 2];
+    snprintf(there, sizeof there, "%s\\%s", dir, source);
+    if (!CopyFileA(src, there, FALSE)) {
+      printf("cannot copy %s\n", src);
+      ++failures;
+    }
     snprintf(pattern, sizeof pattern, "%s\\%s.*", samples, stem);
     WIN32_FIND_DATAA found;
     HANDLE h = FindFirstFileA(pattern, &found);
@@ -102,6 +108,9 @@ int main(int argc, char **argv) {
     fprintf(stderr, "usage: host.exe DLL SAMPLES OUT\n");
     return 2;
   }
+  /* unbuffered, so that what the library prints stands right before the
+   * result line of its sample */
+  setvbuf(stdout, NULL, _IONBF, 0);
   HMODULE dll = LoadLibraryA(argv[1]);
   if (!dll) {
     printf("LoadLibraryA(%s) failed: %lu\n", argv[1], (unsigned long)GetLastError());
