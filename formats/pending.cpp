@@ -28,15 +28,12 @@ int HtaNctToPng(const ConvertCall&) { return 0; }
 int FpgToPng(const ConvertCall&) { return 0; }
 int SkpSxdToPng(const ConvertCall&) { return 0; }
 int HruToGif(const ConvertCall&) { return 0; }
-int MbmToGif(const ConvertCall&) { return 0; }
 int SdlLqtToGif(const ConvertCall&) { return 0; }
 int XarToGif(const ConvertCall&) { return 0; }
 int VobToGif(const ConvertCall&) { return 0; }
 int JifToGif(const ConvertCall&) { return 0; }
 int BmpToOtb(const ConvertCall&) { return 0; }
 int PigToSun(const ConvertCall&) { return 0; }
-int ImgToCmuA(const ConvertCall&) { return 0; }
-int ImgToCmuB(const ConvertCall&) { return 0; }
 int Hs2ToBmp(const ConvertCall&) { return 0; }
 int CfaToBmp(const ConvertCall&) { return 0; }
 int ImgToBmp(const ConvertCall&) { return 0; }
@@ -71,7 +68,6 @@ int FrmToBmp(const ConvertCall&) { return 0; }
 int RixToBmp(const ConvertCall&) { return 0; }
 int GafToBmp(const ConvertCall&) { return 0; }
 int CapToBmp(const ConvertCall&) { return 0; }
-int SffToPbm(const ConvertCall&) { return 0; }
 int PppToPpm(const ConvertCall&) { return 0; }
 int MtxToPpm(const ConvertCall&) { return 0; }
 int PatToPpm(const ConvertCall&) { return 0; }

@@ -1,8 +1,10 @@
 #!/usr/bin/python3
 """Writes the targets-b samples next to this script: an Acorn Draw drawing and
 the raster formats of this group, each with the reference picture it holds."""
+import io
 import os
 import struct
+import subprocess
 
 from PIL import Image, ImageDraw, ImageFont
 
@@ -150,11 +152,166 @@ def draw_reference():
     return img
 
 
+def builtin(name, size=None):
+    """One of ImageMagick's built-in pictures as an RGB Pillow image."""
+    args = ["convert", name] + (["-resize", size] if size else []) + ["ppm:-"]
+    return Image.open(io.BytesIO(subprocess.run(args, check=True, capture_output=True).stdout)).convert("RGB")
+
+
+# ---------------------------------------------------------------- EPOC MBM
+def epoc_palette():
+    extra = [0x11, 0x22, 0x44, 0x55, 0x77, 0x88, 0xAA, 0xBB, 0xDD, 0xEE]
+    shades = []
+    for lit, vals in ((7, extra[:5]), (1, extra[:5]), (2, extra[:5]), (4, extra[:5]),
+                      (4, extra[5:]), (2, extra[5:]), (1, extra[5:]), (7, extra[5:])):
+        shades += [(v if lit & 1 else 0, v if lit & 2 else 0, v if lit & 4 else 0) for v in vals]
+    pal = []
+    for k in range(256):
+        if 108 <= k < 148:
+            pal.append(shades[k - 108])
+        else:
+            x = k if k < 108 else k - 40
+            pal.append((x % 6 * 0x33, x % 36 // 6 * 0x33, x // 36 * 0x33))
+    return pal
+
+
+def nearest_indices(rgb_pixels, pal):
+    cache, out = {}, []
+    for c in rgb_pixels:
+        if c not in cache:
+            cache[c] = min(range(256), key=lambda i: (sum((a - b) ** 2 for a, b in zip(c, pal[i])), i))
+        out.append(cache[c])
+    return out
+
+
+def rle(raw, unit):
+    """The byte / pixel run-length scheme: m < 0x80 repeats the next unit m+1 times,
+    m >= 0x80 copies 256-m literal units."""
+    units = [raw[i:i + unit] for i in range(0, len(raw), unit)]
+    out, i = bytearray(), 0
+    while i < len(units):
+        run = 1
+        while i + run < len(units) and units[i + run] == units[i] and run < 128:
+            run += 1
+        if run >= 2:
+            out += bytes([run - 1]) + units[i]
+            i += run
+            continue
+        j = i
+        while j < len(units) and j - i < 128 and not (j + 1 < len(units) and units[j + 1] == units[j]):
+            j += 1
+        j = max(j, i + 1)
+        out += bytes([256 - (j - i)]) + b"".join(units[i:j])
+        i = j
+    return bytes(out)
+
+
+def rle12(words):
+    out, i = bytearray(), 0
+    while i < len(words):
+        run = 1
+        while i + run < len(words) and words[i + run] == words[i] and run < 16:
+            run += 1
+        out += struct.pack("<H", (run - 1) << 12 | words[i])
+        i += run
+    return bytes(out)
+
+
+def mbm_section(w, h, bpp, colour, compression, data):
+    return struct.pack("<10I", 40 + len(data), 40, w, h, 0, 0, bpp, colour, 0, compression) + data
+
+
+def pad_rows(rows, stride):
+    return b"".join(r + b"\x00" * (stride - len(r)) for r in rows)
+
+
+def mbm():
+    """Five bitmaps of the rose: 256 colours with byte runs, 16 greys packed low
+    pixel first, 16-bit with pixel runs, 24-bit with pixel runs, 12-bit runs."""
+    pal = epoc_palette()
+    rose = builtin("rose:")
+    w, h = rose.size
+    px = list(rose.getdata())
+    sections, refs = [], []
+
+    idx = nearest_indices(px, pal)
+    raw = pad_rows([bytes(idx[y * w:(y + 1) * w]) for y in range(h)], (w + 3) // 4 * 4)
+    sections.append(mbm_section(w, h, 8, 1, 1, rle(raw, 1)))
+    refs.append([pal[i] for i in idx])
+
+    grey = [(r * 299 + g * 587 + b * 114) // 1000 // 17 for r, g, b in px]
+    rows = []
+    for y in range(h):
+        row = bytearray((w + 1) // 2)
+        for x in range(w):
+            row[x // 2] |= grey[y * w + x] << (4 * (x % 2))
+        rows.append(bytes(row))
+    sections.append(mbm_section(w, h, 4, 0, 0, pad_rows(rows, (w * 4 + 31) // 32 * 4)))
+    refs.append([(v * 17,) * 3 for v in grey])
+
+    c16 = [(r >> 3) << 11 | (g >> 2) << 5 | b >> 3 for r, g, b in px]
+    raw = pad_rows([b"".join(struct.pack("<H", v) for v in c16[y * w:(y + 1) * w]) for y in range(h)],
+                   (w * 2 + 3) // 4 * 4)
+    sections.append(mbm_section(w, h, 16, 1, 3, rle(raw, 2)))
+    wide = [((v >> 11) << 3 | (v >> 11) >> 2, (v >> 5 & 63) << 2 | (v >> 5 & 63) >> 4,
+             (v & 31) << 3 | (v & 31) >> 2) for v in c16]
+    refs.append([pal[i] for i in nearest_indices(wide, pal)])
+
+    raw = pad_rows([b"".join(bytes((b, g, r)) for r, g, b in px[y * w:(y + 1) * w]) for y in range(h)],
+                   (w * 3 + 11) // 12 * 12)
+    sections.append(mbm_section(w, h, 24, 1, 4, rle(raw, 3)))
+    refs.append([pal[i] for i in idx])
+
+    c12 = [(r >> 4) << 8 | (g >> 4) << 4 | b >> 4 for r, g, b in px]
+    words = []
+    for y in range(h):
+        words += c12[y * w:(y + 1) * w] + [0] * (w % 2)
+    sections.append(mbm_section(w, h, 12, 1, 2, rle12(words)))
+    refs.append([pal[i] for i in nearest_indices([((v >> 8) * 17, (v >> 4 & 15) * 17, (v & 15) * 17)
+                                                 for v in c12], pal)])
+
+    table_at = 20 + sum(len(s) for s in sections)
+    out = struct.pack("<5I", 0x10000037, 0x10000042, 0, 0x47396439, table_at)
+    offsets, at = [], 20
+    for s in sections:
+        offsets.append(at)
+        at += len(s)
+    out += b"".join(sections) + struct.pack("<I", len(sections)) + b"".join(struct.pack("<I", o) for o in offsets)
+    images = []
+    for r in refs:
+        im = Image.new("RGB", (w, h))
+        im.putdata(r)
+        images.append(im)
+    return out, images, table_at
+
+
+def logo_bits(size="120x90"):
+    """ImageMagick's logo reduced to black and white, as a Pillow 1-bit image and its PBM."""
+    pbm = subprocess.run(["convert", "logo:", "-resize", size, "-colorspace", "gray", "-threshold", "60%",
+                          "-negate", "-negate", "pbm:-"], check=True, capture_output=True).stdout
+    return Image.open(io.BytesIO(pbm)).convert("1"), pbm
+
+
 def main():
     write("targets_b_drawing.aff", acorn_draw())
     save_ref("targets_b_drawing", draw_reference())
     # The metafile is compared with the reference by rendering (tests/entry): no exact decoder.
     ROWS.append("targets_b_drawing.aff drawing.wmf bad=0:44524157 bad=4:CA bad=cut:39")
+
+    data, refs, table_at = mbm()
+    write("targets_b_rose.mbm", data)
+    for i, im in enumerate(refs, 1):
+        save_ref("targets_b_rose_%d" % i, im)
+        bad = " bad=0:38000010 bad=cut:16 bad=%d:FFFF0000" % (table_at) if i == 1 else ""
+        ROWS.append("targets_b_rose.mbm rose.gif decoder=giftopnm ref=ref/targets_b_rose_%d.png "
+                    "file=targets_b_rose_%04d.gif%s" % (i, i, bad))
+
+    bits, pbm = logo_bits()
+    gem = subprocess.run(["pbmtogem"], input=pbm, check=True, capture_output=True).stdout
+    write("targets_b_logo.img", gem)
+    save_ref("targets_b_logo", bits)
+    ROWS.append("targets_b_logo.img logo.cmu decoder=cmuwmtopbm ref=ref/targets_b_logo.png "
+                "bad=0:0009 bad=cut:9 bad=12:FFFFFFFF bad=4:0000")
 
     with open(os.path.join(HERE, "targets_b.list"), "w") as f:
         f.write("# targets-b samples: SOURCE TARGET decoder= ref= [bad=...]\n")
