@@ -150,7 +150,7 @@ bool ReadPage(ByteReader& in, const CodeTable& codes, Page& page) {
   if (length == 0 || !in.has(at, 2 + std::size_t(length)) || length < 16) return false;
   std::uint8_t vertical = in.at(at + 2);
   if (vertical == 255) return false;
-  page.width = in.u16leAt(at + 8);
+  page.width = in.u16leAt(at + 6);
   page.doubled = vertical == 0;
   in.seek(at + 2 + length);
   if (page.width == 0 || page.width > kMaxWidth) return false;

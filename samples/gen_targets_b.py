@@ -292,6 +292,65 @@ def logo_bits(size="120x90"):
     return Image.open(io.BytesIO(pbm)).convert("1"), pbm
 
 
+# ---------------------------------------------------------------- SFF fax
+def mh_lines(img):
+    """Each row's Modified Huffman code as made by netpbm's pbmtog3, split at its
+    end-of-line codes: a list of bit strings in transmission order."""
+    pbm = b"P4\n%d %d\n" % img.size + bytes(~b & 0xFF for b in img.tobytes())  # Pillow's 1 is white
+    g3 = subprocess.run(["pbmtog3", "-nofixedwidth"], input=pbm, check=True, capture_output=True).stdout
+    bits = "".join(format(b, "08b") for b in g3)
+    eols, zeros = [], 0
+    for i, c in enumerate(bits):
+        if c == "1" and zeros >= 11:
+            eols.append(i)
+        zeros = zeros + 1 if c == "0" else 0
+    lines = [bits[a + 1:b - 11] for a, b in zip(eols, eols[1:])]
+    return lines[:img.size[1]]
+
+
+def lsb_bytes(bits):
+    out = bytearray((len(bits) + 7) // 8)
+    for i, c in enumerate(bits):
+        if c == "1":
+            out[i // 8] |= 1 << (i % 8)
+    return bytes(out)
+
+
+def sff_page(img, fine):
+    w, h = img.size
+    head = bytes([254, 16, 1 if fine else 0, 0, 0, 0]) + struct.pack("<HHII", w, h, 0, 0)
+    body, blank = bytearray(), 0
+    rows = [img.crop((0, y, w, y + 1)) for y in range(h)]
+    for row, code in zip(rows, mh_lines(img)):
+        if row.getextrema() == (255, 255):  # all white: counted into a white-lines record
+            blank += 1
+            if blank < 37:
+                continue
+        if blank:
+            body.append(216 + blank)
+            blank = 0
+            if row.getextrema() == (255, 255):
+                continue
+        data = lsb_bytes(code)
+        body += bytes([len(data)]) + data if len(data) <= 216 else b"\x00" + struct.pack("<H", len(data)) + data
+    if blank:
+        body.append(216 + blank)
+    return head + bytes(body)
+
+
+def fax_pages():
+    logo, _ = logo_bits("200x150")
+    text = Image.new("1", (240, 40), 1)
+    ImageDraw.Draw(text).text((8, 2), "FAX 2", fill=0, font=ImageFont.truetype(FONT, 32))
+    # A full-width page of single-pixel stripes: lines too long for a one-byte length.
+    stripes = Image.new("1", (1728, 6), 1)
+    d = ImageDraw.Draw(stripes)
+    for x in range(0, 1728, 2):
+        d.line((x + (x // 64) % 2, 0, x + (x // 64) % 2, 2), fill=0)
+    d.rectangle((100, 4, 1600, 5), fill=0)
+    return [(logo, True), (text, False), (stripes, True)]
+
+
 def main():
     write("targets_b_drawing.aff", acorn_draw())
     save_ref("targets_b_drawing", draw_reference())
@@ -312,6 +371,17 @@ def main():
     save_ref("targets_b_logo", bits)
     ROWS.append("targets_b_logo.img logo.cmu decoder=cmuwmtopbm ref=ref/targets_b_logo.png "
                 "bad=0:0009 bad=cut:9 bad=12:FFFFFFFF bad=4:0000")
+
+    pages = fax_pages()
+    sff = b"Sfff" + struct.pack("<BBHHHII", 1, 0, 0, len(pages), 20, 0, 0)
+    for i, (img, fine) in enumerate(pages, 1):
+        sff += sff_page(img, fine)
+        ref = img if fine else img.resize((img.size[0], img.size[1] * 2), Image.NEAREST)
+        save_ref("targets_b_fax_%d" % i, ref)
+        bad = " bad=0:53666667 bad=4:02 bad=26:FFFF bad=cut:19" if i == 1 else ""
+        ROWS.append("targets_b_fax.sff fax.pbm decoder=pnmtopnm ref=ref/targets_b_fax_%d.png "
+                    "file=targets_b_fax_%04d.pbm%s" % (i, i, bad))
+    write("targets_b_fax.sff", sff + b"\xfe\x00")
 
     with open(os.path.join(HERE, "targets_b.list"), "w") as f:
         f.write("# targets-b samples: SOURCE TARGET decoder= ref= [bad=...]\n")
