@@ -33,6 +33,9 @@ int XarToGif(const ConvertCall&) { return 0; }
 int VobToGif(const ConvertCall&) { return 0; }
 int JifToGif(const ConvertCall&) { return 0; }
 int BmpToOtb(const ConvertCall&) { return 0; }
+// ".pig" pictures are named after a Ricoh scanner's files, but no description or
+// sample of their layout is known; the Descent texture archives of the same
+// extension are not single pictures. Nothing is recognised.
 int PigToSun(const ConvertCall&) { return 0; }
 int Hs2ToBmp(const ConvertCall&) { return 0; }
 int CfaToBmp(const ConvertCall&) { return 0; }
@@ -68,12 +71,12 @@ int FrmToBmp(const ConvertCall&) { return 0; }
 int RixToBmp(const ConvertCall&) { return 0; }
 int GafToBmp(const ConvertCall&) { return 0; }
 int CapToBmp(const ConvertCall&) { return 0; }
-int PppToPpm(const ConvertCall&) { return 0; }
+// ".mtx" textures (Maw-Ware, Alchemy Mindworks) are known by name only; the
+// documented ".mtx" files are matrices, scenes and music, not pictures.
 int MtxToPpm(const ConvertCall&) { return 0; }
-int PatToPpm(const ConvertCall&) { return 0; }
-int YuvToPpm(const ConvertCall&) { return 0; }
+// Picture-bearing ".b3d" files are known by name only; Blitz3D models ("BB3D")
+// and QuickDraw 3D metafiles ("3DMF") of that extension hold no picture.
 int B3dToPpm(const ConvertCall&) { return 0; }
-int CmpToTiff(const ConvertCall&) { return 0; }
 int BmzToBmp(const ConvertCall&) { return 0; }
 
 }  // namespace pix

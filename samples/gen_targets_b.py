@@ -351,6 +351,141 @@ def fax_pages():
     return [(logo, True), (text, False), (stripes, True)]
 
 
+def read_ppm(data):
+    """A raw P6 as (width, height, maxval, samples)."""
+    fields, pos = [], 2
+    while len(fields) < 3:
+        while data[pos:pos + 1].isspace():
+            pos += 1
+        end = pos
+        while not data[end:end + 1].isspace():
+            end += 1
+        fields.append(int(data[pos:end]))
+        pos = end
+    return fields[0], fields[1], fields[2], data[pos + 1:]
+
+
+# ---------------------------------------------------------------- Atari ST screens
+def st_screen():
+    """The rose on a 320 x 200 ST low-resolution screen in 16 colours: the
+    palette words and the 32000 screen bytes."""
+    pic = Image.new("RGB", (320, 200), (40, 40, 90))
+    pic.paste(builtin("rose:", "200x130"), (60, 35))
+    q = pic.quantize(16, dither=Image.Dither.NONE)
+    pal = q.getpalette()[:48]
+    words = [(pal[i * 3] >> 5) << 8 | (pal[i * 3 + 1] >> 5) << 4 | pal[i * 3 + 2] >> 5 for i in range(16)]
+    idx = list(q.getdata())
+    screen = bytearray()
+    for y in range(200):
+        for g in range(20):
+            for plane in range(4):
+                w = 0
+                for b in range(16):
+                    w |= (idx[y * 320 + g * 16 + b] >> plane & 1) << (15 - b)
+                screen += struct.pack(">H", w)
+    return struct.pack(">16H", *words), bytes(screen)
+
+
+def ppp_sample():
+    pal, screen = st_screen()
+    body = b"\x00\x00" + struct.pack(">H", 32036) + pal + screen
+    ppp = b"PABLO PACKED PICTURE: Groupe CDND \r\n" + b"32036\r\n" + body
+    # The same screen as a Degas picture, decoded by netpbm's own ST reader.
+    pi1 = struct.pack(">H", 0) + pal + screen
+    w, h, maxval, samples = read_ppm(subprocess.run(["pi1toppm"], input=pi1, check=True,
+                                                    capture_output=True).stdout)
+    assert maxval == 7
+    ref = Image.frombytes("RGB", (w, h), bytes(v * 32 for v in samples))
+    return ppp, ref
+
+
+# ---------------------------------------------------------------- GIMP pattern
+def pat_sample():
+    rose = builtin("rose:")
+    w, h = rose.size
+    px = []
+    for y in range(h):
+        for x in range(w):
+            r, g, b = rose.getpixel((x, y))
+            px.append((r, g, b, min(255, x * 255 // (w // 2))))  # fading in from the left
+    name = b"Rose fade"
+    pat = struct.pack(">5I4s", 25 + len(name), 1, w, h, 4, b"GPAT") + name + b"\x00"
+    pat += b"".join(bytes(p) for p in px)
+    ref = Image.new("RGB", (w, h))
+    ref.putdata([tuple((c * a + 255 * (255 - a)) // 255 for c in (r, g, b)) for r, g, b, a in px])
+    return pat, ref
+
+
+# ---------------------------------------------------------------- Abekas YUV
+def yuv_sample():
+    pic = Image.new("RGB", (720, 40), (250, 250, 240))
+    rose = builtin("rose:", "x40")
+    for x in range(0, 720, rose.size[0] + 10):
+        pic.paste(rose, (x, 0))
+    ImageDraw.Draw(pic).text((300, 8), "4:2:2", fill=(20, 20, 160), font=ImageFont.truetype(FONT, 22))
+    ppm = b"P6\n720 40\n255\n" + pic.tobytes()
+    yuv = subprocess.run(["ppmtoyuv"], input=ppm, check=True, capture_output=True).stdout
+    w, h, _, samples = read_ppm(subprocess.run(["yuvtoppm", "720", "40"], input=yuv, check=True,
+                                               capture_output=True).stdout)
+    return yuv, Image.frombytes("RGB", (w, h), samples)
+
+
+# ---------------------------------------------------------------- CMP screens
+EGA = [(0, 0, 0), (0, 0, 0xAA), (0, 0xAA, 0), (0, 0xAA, 0xAA), (0xAA, 0, 0), (0xAA, 0, 0xAA),
+       (0xAA, 0x55, 0), (0xAA, 0xAA, 0xAA), (0x55, 0x55, 0x55), (0x55, 0x55, 0xFF), (0x55, 0xFF, 0x55),
+       (0x55, 0xFF, 0xFF), (0xFF, 0x55, 0x55), (0xFF, 0x55, 0xFF), (0xFF, 0xFF, 0x55), (0xFF, 0xFF, 0xFF)]
+
+
+def westwood_rle(raw):
+    out, i = bytearray(), 0
+    while i < len(raw):
+        run = 1
+        while i + run < len(raw) and raw[i + run] == raw[i] and run < 65535:
+            run += 1
+        if run > 127:
+            out += b"\x00" + struct.pack("<H", run) + bytes([raw[i]])
+        elif run >= 3:
+            out += bytes([0x100 - run, raw[i]])
+        else:
+            j = i
+            while j < len(raw) and j - i < 127 and not (j + 2 < len(raw) and raw[j] == raw[j + 1] == raw[j + 2]):
+                j += 1
+            j = max(j, i + 1)
+            out += bytes([j - i]) + raw[i:j]
+            i = j
+            continue
+        i += run
+    return bytes(out)
+
+
+def westwood_sample():
+    pic = Image.new("RGB", (320, 200), EGA[1])
+    pic.paste(builtin("rose:", "240x160"), (40, 20))
+    palimg = Image.new("P", (1, 1))
+    palimg.putpalette([c for rgb in EGA for c in rgb] + [0] * (768 - 48))
+    q = pic.quantize(palette=palimg, dither=Image.Dither.NONE)
+    idx = list(q.getdata())
+    raw = bytes(idx[k * 2] << 4 | idx[k * 2 + 1] for k in range(32000))
+    body = bytes([1]) + westwood_rle(raw)
+    ref = Image.new("RGB", (320, 200))
+    ref.putdata([EGA[i] for i in idx])
+    return struct.pack("<H", len(body)) + body, ref
+
+
+def public_painter_sample():
+    bits, _ = logo_bits("640x400!")
+    raw = bytes(~b & 0xFF for b in bits.tobytes())  # 1 = black on the ST screen
+    esc = next(v for v in range(256) if v not in raw)
+    out, i = bytearray([esc, 0]), 0
+    while i < len(raw):
+        run = 1
+        while i + run < len(raw) and raw[i + run] == raw[i] and run < 256:
+            run += 1
+        out += bytes([esc, run - 1, raw[i]]) if run >= 3 else raw[i:i + run]
+        i += run
+    return bytes(out), bits
+
+
 def main():
     write("targets_b_drawing.aff", acorn_draw())
     save_ref("targets_b_drawing", draw_reference())
@@ -382,6 +517,35 @@ def main():
         ROWS.append("targets_b_fax.sff fax.pbm decoder=pnmtopnm ref=ref/targets_b_fax_%d.png "
                     "file=targets_b_fax_%04d.pbm%s" % (i, i, bad))
     write("targets_b_fax.sff", sff + b"\xfe\x00")
+
+    ppp, ref = ppp_sample()
+    write("targets_b_rose.ppp", ppp)
+    save_ref("targets_b_rose_st", ref)
+    ROWS.append("targets_b_rose.ppp rose.ppm decoder=pnmtopnm ref=ref/targets_b_rose_st.png "
+                "bad=0:50414C4F bad=44:1D bad=43:05 bad=41:3939 bad=cut:40")
+
+    pat, ref = pat_sample()
+    write("targets_b_fade.pat", pat)
+    save_ref("targets_b_fade", ref)
+    ROWS.append("targets_b_fade.pat fade.ppm decoder=pnmtopnm ref=ref/targets_b_fade.png "
+                "bad=20:47504158 bad=8:7FFFFFFF bad=cut:%d" % (len(pat) - 1))
+
+    yuv, ref = yuv_sample()
+    write("targets_b_strip.yuv", yuv)
+    save_ref("targets_b_strip", ref)
+    ROWS.append("targets_b_strip.yuv strip.ppm decoder=pnmtopnm ref=ref/targets_b_strip.png tol=1 "
+                "bad=cut:%d" % (len(yuv) - 2))
+
+    cmp_ww, ref = westwood_sample()
+    write("targets_b_screen.cmp", cmp_ww)
+    save_ref("targets_b_screen", ref)
+    ROWS.append("targets_b_screen.cmp screen.tif decoder=tifftopnm ref=ref/targets_b_screen.png "
+                "bad=0:0000 bad=2:09 bad=cut:%d" % (len(cmp_ww) - 1))
+    cmp_pp, ref = public_painter_sample()
+    write("targets_b_paint.cmp", cmp_pp)
+    save_ref("targets_b_paint", ref)
+    ROWS.append("targets_b_paint.cmp paint.tif decoder=tifftopnm ref=ref/targets_b_paint.png "
+                "bad=1:C9 bad=0:4C454144 bad=cut:%d" % (len(cmp_pp) - 1))
 
     with open(os.path.join(HERE, "targets_b.list"), "w") as f:
         f.write("# targets-b samples: SOURCE TARGET decoder= ref= [bad=...]\n")
