@@ -119,8 +119,11 @@ void Unpack(const Section& s, ByteReader in, Bytes& raster) {
 }
 
 bool Decode(const Section& s, const std::array<Rgb, 256>& system, Image& img) {
-  if (!img.allocate(s.width, s.height, 1)) return false;
   std::size_t stride = Stride(s);
+  // No scheme expands a byte of data past 128 raster bytes: a raster far
+  // larger than its data could fill is a damaged header, not a picture.
+  if (stride * s.height > s.data.size() * std::size_t(128) + 65536) return false;
+  if (!img.allocate(s.width, s.height, 1)) return false;
   Bytes raster(stride * s.height, 0);
   Unpack(s, s.data, raster);
   bool direct = s.bpp >= 12;

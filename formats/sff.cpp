@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::uint32_t kMaxWidth = 14592;
 constexpr std::uint32_t kMaxLines = 20000;
+constexpr std::size_t kMaxPagePixels = std::size_t(1) << 26;  // a page ends there
 
 struct Code {
   std::uint16_t bits;
@@ -156,13 +157,13 @@ bool ReadPage(ByteReader& in, const CodeTable& codes, Page& page) {
   if (page.width == 0 || page.width > kMaxWidth) return false;
   std::vector<std::uint8_t> line(page.width, 0);
   auto emit = [&](int times) {
-    for (int t = 0; t < times && page.lines < kMaxLines; ++t) {
+    for (int t = 0; t < times && page.lines < kMaxLines && page.pixels.size() < kMaxPagePixels; ++t) {
       page.pixels.insert(page.pixels.end(), line.begin(), line.end());
       ++page.lines;
     }
   };
   const int repeat = page.doubled ? 2 : 1;
-  while (!in.atEnd() && page.lines < kMaxLines) {
+  while (!in.atEnd() && page.lines < kMaxLines && page.pixels.size() < kMaxPagePixels) {
     std::uint8_t b = in.at(in.pos());
     if (b == 0xFE) break;  // the next page's header
     in.skip(1);
