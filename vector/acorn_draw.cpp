@@ -182,12 +182,11 @@ bool ReadObject(ByteReader& in, DrawState& st, int depth, std::vector<Item>& ite
       item.kind = Item::TextItem;
       if (type == kTransformedText) {
         double a = body.s32le(), b = body.s32le();
-        body.skip(16);  // c, d (shear and scale across the baseline), e, f below
+        body.skip(16);  // c, d (shear and scale across the baseline), e, f (translation)
         body.skip(4);   // font flags (kerning, right to left)
         item.text.angle = std::atan2(b, a);
       }
-      // The translation of a transformed text is folded into its baseline
-      // start by the producers; the start point is what places it.
+      // The baseline start places the text; only the matrix's direction is kept.
       if (!body.bad() && ReadText(body.rest(), st, item.text)) items.push_back(std::move(item));
       break;
     }
