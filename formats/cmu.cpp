@@ -21,9 +21,10 @@ bool WriteCmu(Sink& out, const Image& img) {
   Bytes row((img.width + 7u) / 8u);
   for (std::uint32_t y = 0; y < img.height; ++y) {
     std::fill(row.begin(), row.end(), 0xFF);
-    const std::uint8_t* in = img.row(y);
-    for (std::uint32_t x = 0; x < img.width; ++x)
-      if (in[x] != 0) row[x / 8] = static_cast<std::uint8_t>(row[x / 8] & ~(0x80u >> (x % 8)));
+    for (std::uint32_t x = 0; x < img.width; ++x) {
+      const Rgb c = img.rgb(x, y);  // a colour picture goes dark or light
+      if (c.r + c.g + c.b < 384) row[x / 8] = static_cast<std::uint8_t>(row[x / 8] & ~(0x80u >> (x % 8)));
+    }
     if (!out.write(row)) return false;
   }
   return true;

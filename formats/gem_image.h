@@ -7,9 +7,10 @@
 
 namespace pix {
 
-// Plane 0 of a GEM bit image as an indexed picture (index 0 white, 1 black;
-// `bits` 1). False when the header is not a GEM raster's or the size is
-// refused. A stream that ends early leaves the remaining lines white.
+// A GEM bit image (one to eight planes, the XIMG palette where there is
+// one) as an indexed picture. False when the header is not a GEM raster's or
+// the size is refused. A stream that ends early leaves the remaining lines
+// white.
 bool ReadGemImage(const Bytes& data, Image& img);
 
 }  // namespace pix
