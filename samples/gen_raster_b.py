@@ -385,12 +385,232 @@ def pms():
     row("raster_b_palette.bmp", "palette.pms", bad=["cut:60", "0:5858", "30:02000000"])
 
 
+# ---------------------------------------------------------------- SIR, PVR, EPA, PAT, DAT, MGC
+
+def sir():
+    w, h = 70, 46
+    rgb = rgb_pixels("rose:", w, h)
+    data = run(["pnmtosir"], pnm_rgb(w, h, rgb))
+    write("raster_b_rose.sir", data)
+    row("raster_b_rose.sir", "rose_sir.bmp", "bmptopnm", ref_from(pnm_rgb(w, h, rgb), "raster_b_rose_sir"),
+        bad=["cut:3000", "0:4f3b", "4:0c00", "6:ffff"])
+    grey = grey_levels(64, 48, 256, "logo:")
+    pgm = b"P5 64 48 255\n" + grey
+    write("raster_b_grey.sir", run(["pnmtosir"], pgm))
+    row("raster_b_grey.sir", "grey_sir.bmp", "bmptopnm", ref_from(pgm, "raster_b_grey_sir"), bad=["cut:4000"])
+
+
+def twiddle(x, y):
+    t = 0
+    for i in range(16):
+        t |= ((y >> i) & 1) << (2 * i)
+        t |= ((x >> i) & 1) << (2 * i + 1)
+    return t
+
+
+def to565(r, g, b):
+    return (r >> 3) << 11 | (g >> 2) << 5 | (b >> 3)
+
+
+def from565(v):
+    r, g, b = v >> 11, (v >> 5) & 63, v & 31
+    return bytes([r << 3 | r >> 2, g << 2 | g >> 4, b << 3 | b >> 2])
+
+
+def from1555(v):
+    return bytes(((c << 3) | (c >> 2)) for c in ((v >> 10) & 31, (v >> 5) & 31, v & 31))
+
+
+def pvrt(pixel, kind, w, h, body):
+    return b"PVRT" + struct.pack("<IBBHHH", len(body) + 8, pixel, kind, 0, w, h) + body
+
+
+def pvr():
+    # RGB565 rows.
+    w, h = 64, 40
+    rgb = rgb_pixels("rose:", w, h)
+    words = [to565(*rgb[i * 3:i * 3 + 3]) for i in range(w * h)]
+    write("raster_b_rows.pvr", pvrt(1, 9, w, h, b"".join(struct.pack("<H", v) for v in words)))
+    ref = b"".join(from565(v) for v in words)
+    row("raster_b_rows.pvr", "rows.bmp", "bmptopnm", ref_from(pnm_rgb(w, h, ref), "raster_b_rows_pvr"),
+        bad=["cut:2000", "0:50565258", "8:07", "12:0000", "12:ffff"])
+
+    # ARGB1555, twiddled square with mipmaps, behind a GBIX block.
+    n = 32
+    rgb = rgb_pixels("logo:", n, n)
+    full = [0] * (n * n)
+    for y in range(n):
+        for x in range(n):
+            r, g, b = rgb[(y * n + x) * 3:(y * n + x) * 3 + 3]
+            full[twiddle(x, y)] = 0x8000 | (r >> 3) << 10 | (g >> 3) << 5 | (b >> 3)
+    mips = b"\0\0" * (1 + 1 + 4 + 16 + 64 + 256)  # the smaller levels, not read
+    body = mips + b"".join(struct.pack("<H", v) for v in full)
+    data = b"GBIX" + struct.pack("<II", 8, 77) + bytes(4) + pvrt(0, 2, n, n, body)
+    write("raster_b_twiddled.pvr", data)
+    ref = bytearray()
+    for y in range(n):
+        for x in range(n):
+            ref += from1555(full[twiddle(x, y)])
+    row("raster_b_twiddled.pvr", "twiddled.bmp", "bmptopnm", ref_from(pnm_rgb(n, n, ref), "raster_b_twiddled_pvr"),
+        bad=["cut:500", "30:00"])
+
+    # RGB565 vector-quantised: 2 x 2 blocks from a codebook, indices twiddled.
+    n = 32
+    rgb = rgb_pixels("rose:", n, n)
+    px = [to565(*rgb[i * 3:i * 3 + 3]) for i in range(n * n)]
+    book, index = [], [0] * ((n // 2) * (n // 2))
+    for by in range(n // 2):
+        for bx in range(n // 2):
+            blk = tuple(px[(2 * by + dy) * n + 2 * bx + dx] for dx, dy in ((0, 0), (0, 1), (1, 0), (1, 1)))
+            if blk not in book:
+                book.append(blk)
+            index[twiddle(bx, by)] = book.index(blk)
+    book += [(0, 0, 0, 0)] * (256 - len(book))
+    body = b"".join(struct.pack("<4H", *e) for e in book) + bytes(index)
+    write("raster_b_vq.pvr", pvrt(1, 3, n, n, body))
+    ref = b"".join(from565(v) for v in px)
+    row("raster_b_vq.pvr", "vq.bmp", "bmptopnm", ref_from(pnm_rgb(n, n, ref), "raster_b_vq_pvr"),
+        bad=["cut:1500", "12:1800"])
+
+
+def six(v):
+    return (v << 2) | (v >> 4)
+
+
+def epa():
+    # Version 2, 8-bit indices with a 6-bit palette.
+    w, h = 70, 46
+    rgb = run(["convert", "rose:", "-colors", "64", "-depth", "8", "rgb:-"])
+    colours, px = [], bytearray()
+    for i in range(w * h):
+        c = tuple(v >> 2 for v in rgb[i * 3:i * 3 + 3])
+        if c not in colours:
+            colours.append(c)
+        px.append(colours.index(c))
+    pal = bytearray(768)
+    for i, c in enumerate(colours):
+        pal[i * 3:i * 3 + 3] = bytes(c)
+    write("raster_b_award.epa", b"AWBM" + struct.pack("<HH", w, h) + bytes(px) + b"RGB " + bytes(pal))
+    ref = b"".join(bytes(six(v) for v in colours[i]) for i in px)
+    row("raster_b_award.epa", "award.bmp", "bmptopnm", ref_from(pnm_rgb(w, h, ref), "raster_b_award_epa"),
+        bad=["cut:3300", "0:4157424e", "4:ffff"])
+
+    # Version 2, four bit planes per row, palette in blue, green, red order.
+    w, h = 60, 40
+    rgb = run(["convert", "logo:", "-resize", "%dx%d!" % (w, h), "-colors", "16", "-depth", "8", "rgb:-"])
+    colours, px = [], []
+    for i in range(w * h):
+        c = tuple(v >> 2 for v in rgb[i * 3:i * 3 + 3])
+        if c not in colours:
+            colours.append(c)
+        px.append(colours.index(c))
+    seg = (w + 7) // 8
+    data = bytearray(b"AWBM" + struct.pack("<HH", w, h))
+    for y in range(h):
+        for plane in range(4):
+            line = bytearray(seg)
+            for x in range(w):
+                if (px[y * w + x] >> plane) & 1:
+                    line[x // 8] |= 0x80 >> (x % 8)
+            data += line
+    data += b"RGB "
+    for i in range(16):
+        r, g, b = colours[i] if i < len(colours) else (0, 0, 0)
+        data += bytes([b, g, r])
+    write("raster_b_planes.epa", bytes(data))
+    ref = b"".join(bytes(six(v) for v in colours[i]) for i in px)
+    row("raster_b_planes.epa", "planes.bmp", "bmptopnm", ref_from(pnm_rgb(w, h, ref), "raster_b_planes_epa"),
+        bad=["cut:1000"])
+
+    # Version 1: 17 x 6 text cells of 8 x 14 pixels, two colours per cell.
+    cw, ch = 17, 6
+    bits = bilevel(cw * 8, ch * 14, "logo:")
+    text = [0x000000, 0x0000AA, 0x00AA00, 0x00AAAA, 0xAA0000, 0xAA00AA, 0xAA5500, 0xAAAAAA,
+            0x555555, 0x5555FF, 0x55FF55, 0x55FFFF, 0xFF5555, 0xFF55FF, 0xFFFF55, 0xFFFFFF]
+    attrs, cells = bytearray(), bytearray()
+    for cy in range(ch):
+        for cx in range(cw):
+            fg, bg = (9 + (cx + cy) % 7), (0 if (cx + cy) % 3 else 1)
+            attrs.append(bg << 4 | fg)
+            for r in range(14):
+                v = 0
+                for x in range(8):
+                    if bits[cy * 14 + r][cx * 8 + x]:
+                        v |= 0x80 >> x
+                cells.append(v)
+    write("raster_b_text.epa", bytes([cw, ch]) + bytes(attrs) + bytes(cells) + bytes(70))
+    ref = bytearray()
+    for y in range(ch * 14):
+        for x in range(cw * 8):
+            a = attrs[(y // 14) * cw + x // 8]
+            c = text[a & 15] if bits[y][x] else text[a >> 4]
+            ref += bytes([c >> 16, (c >> 8) & 255, c & 255])
+    row("raster_b_text.epa", "text.bmp", "bmptopnm", ref_from(pnm_rgb(cw * 8, ch * 14, ref), "raster_b_text_epa"),
+        bad=["cut:1000", "0:12"])
+
+
+def gimp_pattern(w, h, bpp, pixels, name=b"rose"):
+    return struct.pack(">IIIII4s", 24 + len(name) + 1, 1, w, h, bpp, b"GPAT") + name + b"\0" + bytes(pixels)
+
+
+def pat():
+    w, h = 35, 23
+    rgba = run(["convert", "rose:", "-resize", "%dx%d!" % (w, h), "-alpha", "set", "-channel", "A",
+                "-fx", "i/w", "+channel", "-depth", "8", "rgba:-"])
+    write("raster_b_fill.pat", gimp_pattern(w, h, 4, rgba))
+    ref = bytearray()
+    for i in range(w * h):
+        a = rgba[i * 4 + 3]
+        ref += bytes((rgba[i * 4 + k] * a + 255 * (255 - a)) // 255 for k in range(3))
+    row("raster_b_fill.pat", "fill.bmp", "bmptopnm", ref_from(pnm_rgb(w, h, ref), "raster_b_fill_pat"),
+        bad=["cut:2000", "20:38425054", "8:00010000", "16:00000005"])
+    grey = grey_levels(40, 30, 256, "logo:")
+    write("raster_b_grey.pat", gimp_pattern(40, 30, 1, grey, b"logo"))
+    row("raster_b_grey.pat", "grey_pat.bmp", "bmptopnm", ref_from(b"P5 40 30 255\n" + grey, "raster_b_grey_pat"),
+        bad=["cut:100"])
+
+
+def dat():
+    pics = [bilevel(88, 52, "rose:"), bilevel(88, 52, "logo:")]
+    write("raster_b_graphics.dat", b"".join(packed_rows(p) for p in pics))
+    for i, p in enumerate(pics):
+        row("raster_b_graphics.dat", "graphics.bmp", "bmptopnm", ref_from(pbm(p), "raster_b_graphics_%d" % (i + 1)),
+            bad=["cut:1000", "cut:571"] if i == 0 else [], file="raster_b_graphics_%04d.bmp" % (i + 1), result="2")
+
+
+def mgc():
+    pics = [bilevel(61, 40, "rose:"), None, bilevel(48, 30, "logo:")]
+    cards = len(pics)
+    entries, body = bytearray(), bytearray()
+    start = 5 + 52 * cards
+    for i, p in enumerate(pics):
+        entries += bytes(6) + struct.pack("<I", start + len(body)) + b"\0" + ("card %d" % (i + 1)).encode().ljust(40, b"\0") + b"\0"
+        if p is None:
+            body += struct.pack("<H", 0)
+        else:
+            bm = packed_rows(p, 2, one_is_black=False)
+            body += struct.pack("<HHHHH", len(bm), len(p[0]), len(p), 10, 10) + bm
+        note = b"a card"
+        body += struct.pack("<H", len(note)) + note
+    write("raster_b_cards.mgc", b"MGC" + struct.pack("<H", cards) + bytes(entries) + bytes(body))
+    for n, p in enumerate([pics[0], pics[2]]):
+        row("raster_b_cards.mgc", "cards.bmp", "bmptopnm", ref_from(pbm(p), "raster_b_cards_%d" % (n + 1)),
+            bad=["cut:150", "0:524e47", "3:ffff"] if n == 0 else [],
+            file="raster_b_cards_%04d.bmp" % (n + 1), result="2")
+
+
 def main():
     os.makedirs(os.path.join(HERE, "ref"), exist_ok=True)
     nokia()
     palm()
     art()
     pms()
+    sir()
+    pvr()
+    epa()
+    pat()
+    dat()
+    mgc()
     with open(os.path.join(HERE, "raster_b.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
