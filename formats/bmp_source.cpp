@@ -119,4 +119,67 @@ bool ReadBmpSource(const Bytes& data, Image& img) {
   return true;
 }
 
+namespace {
+
+// Colour-table bytes (with bit-field masks) and header size of a packed DIB;
+// false for an info header no reader would accept.
+bool DibShape(const ByteReader& dib, std::size_t& header, std::size_t& table, std::size_t& pixels) {
+  header = dib.u32leAt(0);
+  std::int64_t w = 0, h = 0;
+  std::uint32_t planes = 0, bits = 0, compression = 0, used = 0, imageSize = 0;
+  if (header == 12) {
+    w = dib.u16leAt(4);
+    h = dib.u16leAt(6);
+    planes = dib.u16leAt(8);
+    bits = dib.u16leAt(10);
+  } else if (header == 40 || header == 108 || header == 124) {
+    w = static_cast<std::int32_t>(dib.u32leAt(4));
+    h = static_cast<std::int32_t>(dib.u32leAt(8));
+    planes = dib.u16leAt(12);
+    bits = dib.u16leAt(14);
+    compression = dib.u32leAt(16);
+    imageSize = dib.u32leAt(20);
+    used = dib.u32leAt(32);
+  } else {
+    return false;
+  }
+  if (h < 0) h = -h;
+  if (w < 1 || w > 32768 || h < 1 || h > 32768 || planes != 1 || compression > 3) return false;
+  if (bits != 1 && bits != 4 && bits != 8 && bits != 16 && bits != 24 && bits != 32) return false;
+  if (bits <= 8 && used > (1u << bits)) return false;
+  if (used > 256) return false;
+  const std::size_t entry = header == 12 ? 3 : 4;
+  table = entry * (used ? used : bits <= 8 ? (1u << bits) : 0);
+  if (compression == 3 && header == 40) table += 12;
+  const std::uint64_t rows = (static_cast<std::uint64_t>(w) * bits + 31) / 32 * 4 * static_cast<std::uint64_t>(h);
+  pixels = static_cast<std::size_t>(imageSize && compression != 0 ? imageSize : rows);
+  return true;
+}
+
+}  // namespace
+
+std::size_t DibLength(const ByteReader& dib) {
+  std::size_t header = 0, table = 0, pixels = 0;
+  if (!dib.has(0, 16) || !DibShape(dib, header, table, pixels)) return 0;
+  const std::uint64_t total = std::uint64_t(header) + table + pixels;
+  return dib.has(0, static_cast<std::size_t>(total)) ? static_cast<std::size_t>(total) : 0;
+}
+
+bool ReadDib(const ByteReader& dib, Image& img) {
+  std::size_t header = 0, table = 0, pixels = 0;
+  const std::size_t length = DibLength(dib);
+  if (length == 0 || !DibShape(dib, header, table, pixels)) return false;
+  Bytes file(14 + length);
+  file[0] = 'B';
+  file[1] = 'M';
+  const std::uint32_t size = static_cast<std::uint32_t>(file.size()), offset = static_cast<std::uint32_t>(14 + header + table);
+  for (int i = 0; i < 4; ++i) {
+    file[2 + i] = static_cast<std::uint8_t>(size >> (8 * i));
+    file[10 + i] = static_cast<std::uint8_t>(offset >> (8 * i));
+  }
+  ByteReader copy = dib.sub(0, length);
+  copy.bytes(file.data() + 14, length);
+  return ReadBmpSource(file, img);
+}
+
 }  // namespace pix

@@ -5,6 +5,7 @@
 
 #include "common/files.h"
 #include "common/image.h"
+#include "common/reader.h"
 
 namespace pix {
 
@@ -12,5 +13,16 @@ namespace pix {
 // file's colour table (bits kept), 24 and 32 bits as RGB. False for anything
 // else (compressed, cut short, sizes the file cannot hold).
 bool ReadBmpSource(const Bytes& data, Image& img);
+
+// A packed DIB (info header, colour table, pixel bits, no file header) as
+// found inside other files: its length in bytes when the info header is a
+// valid one (size 12, 40, 108 or 124, sides 1..32768, planes 1, known depth
+// and compression) and the whole DIB lies inside `dib`; 0 otherwise.
+std::size_t DibLength(const ByteReader& dib);
+// Decodes a packed DIB (see DibLength) like ReadBmpSource.
+bool ReadDib(const ByteReader& dib, Image& img);
+// The depth to write a decoded source picture back as BMP: the source's
+// depth for indexed pictures, 24 bits otherwise.
+inline int BmpDepthFor(const Image& img) { return img.indexed() ? img.bits : 24; }
 
 }  // namespace pix

@@ -44,12 +44,8 @@ int BdtToBmp(const ConvertCall&) { return 0; }
 int MappyFmpToBmp(const ConvertCall&) { return 0; }
 int YpcToBmp(const ConvertCall&) { return 0; }
 int PicToBmp(const ConvertCall&) { return 0; }
-int ZbrToBmp(const ConvertCall&) { return 0; }
 int AwgToBmp(const ConvertCall&) { return 0; }
-int BmfToBmp(const ConvertCall&) { return 0; }
-int CmxToBmp(const ConvertCall&) { return 0; }
 int MspToBmp(const ConvertCall&) { return 0; }
-int ShsBinQt2ToBmp(const ConvertCall&) { return 0; }
 int IffFlrToBmp(const ConvertCall&) { return 0; }
 int IffToTga(const ConvertCall&) { return 0; }
 int LcaToBmp(const ConvertCall&) { return 0; }

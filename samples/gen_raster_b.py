@@ -130,7 +130,7 @@ def nokia():
     # ImageMagick (72 is a multiple of 8, where both row layouts agree).
     bits = bilevel(72, 28, "logo:")
     write(tmp("logo.pbm"), pbm(bits))
-    run(["convert", tmp("logo.pbm"), "-type", "Palette", "BMP3:" + tmp("logo.bmp")])
+    run(["convert", tmp("logo.pbm"), "-type", "Palette", "-compress", "None", "BMP3:" + tmp("logo.bmp")])
     with open(tmp("logo.bmp"), "rb") as f:
         write("raster_b_logo.bmp", f.read())
     row("raster_b_logo.bmp", "logo.otb", "magick", ref_from(pbm(bits), "raster_b_logo_bmp"),
@@ -379,7 +379,7 @@ def pms():
         bad=["cut:40", "0:4d50", "28:00000100"])
 
     # BMP to PMS: no independent reader exists; the row keeps the refusals.
-    run(["convert", "rose:", "-colors", "100", "-type", "Palette", "BMP3:" + tmp("rose8.bmp")])
+    run(["convert", "rose:", "-colors", "100", "-type", "Palette", "-compress", "None", "BMP3:" + tmp("rose8.bmp")])
     with open(tmp("rose8.bmp"), "rb") as f:
         write("raster_b_palette.bmp", f.read())
     row("raster_b_palette.bmp", "palette.pms", bad=["cut:60", "0:5858", "30:02000000"])
@@ -599,6 +599,126 @@ def mgc():
             file="raster_b_cards_%04d.bmp" % (n + 1), result="2")
 
 
+# ---------------------------------------------------------------- previews and embedded bitmaps
+
+def indexed(spec, w, h, colours):
+    """Palette (list of RGB bytes) and indices of an ImageMagick picture."""
+    rgb = run(["convert", spec, "-resize", "%dx%d!" % (w, h), "-colors", str(colours), "-depth", "8", "rgb:-"])
+    pal, px = [], []
+    for i in range(w * h):
+        c = rgb[i * 3:i * 3 + 3]
+        if c not in pal:
+            pal.append(c)
+        px.append(pal.index(c))
+    return pal, px, rgb
+
+
+def imagemagick_bmp(spec, w, h, extra):
+    run(["convert", spec, "-resize", "%dx%d!" % (w, h)] + extra + ["-compress", "None", "BMP3:" + tmp("x.bmp")])
+    with open(tmp("x.bmp"), "rb") as f:
+        bmp = f.read()
+    return bmp, run(["bmptopnm"], bmp)
+
+
+def zbr():
+    pal, px, rgb = indexed("rose:", 100, 100, 16)
+    table = b"".join(bytes([c[2], c[1], c[0], 0]) for c in pal).ljust(64, b"\0")
+    rows = bytearray()
+    for y in reversed(range(100)):
+        line = bytearray(52)
+        for x in range(100):
+            line[x // 2] |= px[y * 100 + x] << (0 if x % 2 else 4)
+        rows += line
+    data = b"\x9a\x02\x01\x00" + b"rose".ljust(100, b"\0") + table + bytes(rows) + bytes(64)
+    write("raster_b_drawing.zbr", data)
+    row("raster_b_drawing.zbr", "drawing.bmp", "bmptopnm", ref_from(pnm_rgb(100, 100, rgb), "raster_b_drawing_zbr"),
+        bad=["cut:5300", "0:9b02"])
+
+
+def bmf():
+    bmp, pnm = imagemagick_bmp("rose:", 70, 46, ["-colors", "200", "-type", "Palette"])
+    dib = bmp[14:]
+    head = b"@CorelBMF\n\rCorel Corporation".ljust(65, b"\0")
+    write("raster_b_gallery.bmf", head + struct.pack("<I", len(dib)) + dib + b"VECTORDATA")
+    row("raster_b_gallery.bmf", "gallery.bmp", "bmptopnm", ref_from(pnm, "raster_b_gallery_bmf"),
+        bad=["cut:500", "0:40436f72656c424d47", "69:28010000", "73:ffff0000"])
+
+
+def riff_chunk(tag, body):
+    return tag + struct.pack("<I", len(body)) + body + (b"\0" if len(body) % 2 else b"")
+
+
+def cmx():
+    bmp, pnm = imagemagick_bmp("logo:", 48, 36, ["-type", "TrueColor"])
+    dib = bmp[14:]
+    cont = riff_chunk(b"cont", b"Corel Corporation".ljust(32, b"\0") + b"Windows".ljust(16, b"\0") + b"2   ")
+    inner = b"stuf" + riff_chunk(b"DISP", struct.pack("<I", 8) + dib) + riff_chunk(b"rclr", b"\0" * 6)
+    body = b"CMX1" + cont + riff_chunk(b"LIST", inner) + riff_chunk(b"page", b"\0" * 10)
+    write("raster_b_exchange.cmx", b"RIFF" + struct.pack("<I", len(body)) + body)
+    row("raster_b_exchange.cmx", "exchange.bmp", "bmptopnm", ref_from(pnm, "raster_b_exchange_cmx"),
+        bad=["cut:200", "8:434d5832"])
+
+
+def compound(streams):
+    """A minimal compound file (512-byte sectors, every stream at least 4096
+    bytes so that none goes to the mini stream), streams in consecutive
+    sectors."""
+    sec = 512
+    body, fat, starts = bytearray(), [], []
+    for name, payload in streams:
+        payload = payload.ljust(max(len(payload), 4096), b"\0")
+        n = (len(payload) + sec - 1) // sec
+        first = 2 + len(body) // sec  # sector 0: FAT, sector 1: directory
+        starts.append((name, first, len(payload)))
+        body += payload.ljust(n * sec, b"\0")
+    total = 2 + len(body) // sec
+    fat = [0xFFFFFFFD, 0xFFFFFFFE]
+    for name, first, size in starts:
+        n = (size + sec - 1) // sec
+        fat += [first + k + 1 for k in range(n - 1)] + [0xFFFFFFFE]
+    assert len(fat) <= 128
+    fat += [0xFFFFFFFF] * (128 - len(fat))
+
+    def entry(name, kind, start, size, child=0xFFFFFFFF, right=0xFFFFFFFF):
+        u = name.encode("utf-16-le") + b"\0\0"
+        return (u.ljust(64, b"\0") + struct.pack("<HBB", len(u), kind, 1) +
+                struct.pack("<III", 0xFFFFFFFF, right, child) + bytes(16) + bytes(4) + bytes(16) +
+                struct.pack("<III", start, size, 0))
+
+    dirs = entry("Root Entry", 5, 0xFFFFFFFE, 0, child=1)
+    for i, (name, first, size) in enumerate(starts):
+        dirs += entry(name, 2, first, size, right=(i + 2) if i + 1 < len(starts) else 0xFFFFFFFF)
+    dirs = dirs.ljust(sec, b"\0")
+    head = (b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + bytes(16) + struct.pack("<HHHH", 0x3E, 3, 0xFFFE, 9) +
+            struct.pack("<H", 6) + bytes(10) + struct.pack("<IIIII", 1, 1, 0, 4096, 0xFFFFFFFE) +
+            struct.pack("<III", 0, 0xFFFFFFFE, 0) + struct.pack("<I", 0) + b"\xff" * (4 * 108))
+    assert len(head) == sec
+    assert total == 2 + len(body) // sec
+    return head + struct.pack("<128I", *fat) + dirs + bytes(body)
+
+
+def embedded():
+    # Shell scrap: a Paintbrush object whose native data is a whole BMP file.
+    bmp, pnm = imagemagick_bmp("rose:", 70, 46, ["-colors", "100", "-type", "Palette"])
+    native = struct.pack("<I", len(bmp)) + bmp
+    write("raster_b_scrap.shs", compound([("\x01CompObj", b"\x01\xfe" + bytes(60)), ("\x01Ole10Native", native)]))
+    row("raster_b_scrap.shs", "scrap.bmp", "bmptopnm", ref_from(pnm, "raster_b_scrap_shs"),
+        bad=["cut:1800"])
+
+    # Embedded object: a presentation stream holding a packed DIB.
+    bmp, pnm = imagemagick_bmp("logo:", 60, 40, ["-type", "TrueColor"])
+    pres = struct.pack("<iI", -1, 8) + struct.pack("<I", 4) + struct.pack("<IiIIII", 1, -1, 0, 60, 40, len(bmp) - 14) + bmp[14:]
+    write("raster_b_object.bin", compound([("\x02OlePres000", pres)]))
+    row("raster_b_object.bin", "object.bmp", "bmptopnm", ref_from(pnm, "raster_b_object_bin"),
+        bad=["cut:3000"])
+
+    # QuickCard: a DIB after other bytes.
+    bmp, pnm = imagemagick_bmp("rose:", 40, 30, ["-colors", "16", "-type", "Palette"])
+    write("raster_b_card.qt2", b"QuickCard\0" + bytes(range(90)) + bmp[14:] + b"end of card")
+    row("raster_b_card.qt2", "card.bmp", "bmptopnm", ref_from(pnm, "raster_b_card_qt2"),
+        bad=["cut:300", "100:29"])
+
+
 def main():
     os.makedirs(os.path.join(HERE, "ref"), exist_ok=True)
     nokia()
@@ -611,6 +731,10 @@ def main():
     pat()
     dat()
     mgc()
+    zbr()
+    bmf()
+    cmx()
+    embedded()
     with open(os.path.join(HERE, "raster_b.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
