@@ -719,6 +719,103 @@ def embedded():
         bad=["cut:300", "100:29"])
 
 
+# ---------------------------------------------------------------- Storyboard captures
+
+def story_pack(data, wide=False, row_bytes=0):
+    """New-form byte codes: runs, literals and (wide) copies of the row above."""
+    out, i = bytearray(), 0
+    while i < len(data):
+        if wide and row_bytes and i >= row_bytes and i % row_bytes == 0 and \
+                data[i:i + row_bytes] == data[i - row_bytes:i]:
+            out += bytes([0xFE, row_bytes])
+            i += row_bytes
+            continue
+        end = min(len(data), (i // row_bytes + 1) * row_bytes) if wide and row_bytes else len(data)
+        run_len = 1
+        while i + run_len < end and data[i + run_len] == data[i] and run_len < 0x7C:
+            run_len += 1
+        if run_len >= 3:
+            out += bytes([0x80 | run_len, data[i]])
+            i += run_len
+            continue
+        j = i
+        while j < end and j - i < 0x7E and not (j + 2 < end and data[j] == data[j + 1] == data[j + 2]):
+            j += 1
+        out += bytes([j - i]) + data[i:j]
+        i = j
+    return bytes(out)
+
+
+def cap():
+    # Old form, 2-colour CGA: 16-bit run and literal codes.
+    rb, rows = 20, 60
+    bits = bilevel(rb * 8, rows, "rose:")
+    raw = packed_rows([[1 - b for b in r] for r in bits])  # 1 = white
+    codes, i = bytearray(), 0
+    while i < len(raw):
+        run_len = 1
+        while i + run_len < len(raw) and raw[i + run_len] == raw[i] and run_len < 0x7FFF:
+            run_len += 1
+        if run_len >= 4:
+            codes += struct.pack("<HB", 0x8000 + run_len, raw[i])
+            i += run_len
+        else:
+            j = i
+            while j < len(raw) and j - i < 200 and not (j + 3 < len(raw) and raw[j] == raw[j + 1] == raw[j + 2] == raw[j + 3]):
+                j += 1
+            codes += struct.pack("<H", j - i) + raw[i:j]
+            i = j
+    codes += b"\0\0"
+    data = b"EP_CAP\x00\x06\x00\x00\x00" + struct.pack("<HHH", rb, rows, len(codes)) + bytes(codes)
+    write("raster_b_screen.cap", data)
+    row("raster_b_screen.cap", "screen.bmp", "bmptopnm", ref_from(pbm(bits), "raster_b_screen_cap"),
+        bad=["cut:12", "0:45505f434151", "7:03", "11:0000"])
+
+    # New form, 640 x 480 x 256 kind: 6-bit palette planes, rows copied from above.
+    w, h = 64, 48
+    pal, px, rgb = indexed("rose:", w, h, 100)
+    px = bytearray(px)
+    for y in range(20, 28):  # a band of repeated rows exercises the copy code
+        px[y * w:(y + 1) * w] = px[19 * w:20 * w]
+    head = bytearray(2816)
+    head[0:4] = b"\x00\x86\xc1\x00"
+    head[5:9] = struct.pack("<HH", w, h)
+    for i, c in enumerate(pal):
+        head[128 + i], head[384 + i], head[640 + i] = c[0] >> 2, c[1] >> 2, c[2] >> 2
+    write("raster_b_wide.cap", bytes(head) + story_pack(bytes(px), True, w))
+    ref = b"".join(bytes((v >> 2) * 255 // 63 for v in pal[i]) for i in px)
+    row("raster_b_wide.cap", "wide.bmp", "bmptopnm", ref_from(pnm_rgb(w, h, ref), "raster_b_wide_cap"),
+        bad=["cut:1800", "2:c2", "5:0020"])
+
+    # New form, 4-colour screen: two planes in vertical 8-pixel strips.
+    w, h = 64, 40
+    grey = grey_levels(w, h, 4, "logo:")
+    vals = [g // 85 for g in grey]
+    strips = (w + 7) // 8
+    planes = bytearray()
+    for p in range(2):
+        for sx in range(strips):
+            for y in range(h):
+                v = 0
+                for k in range(8):
+                    x = sx * 8 + k
+                    if x < w and (vals[y * w + x] >> p) & 1:
+                        v |= 0x80 >> k
+                planes.append(v)
+    head = bytearray(2048)
+    head[0:4] = b"\x54\x84\xc1\x08"
+    head[5:9] = struct.pack("<HH", w, h)
+    head[13], head[14] = 0x01, 0x01  # palette 1, blue background
+    write("raster_b_cga.cap", bytes(head) + story_pack(bytes(planes)))
+    entries = [0x0000AA, 0x55FFFF, 0xFF55FF, 0xFFFFFF]
+    ref = bytearray()
+    for v in vals:
+        c = entries[[3, 1, 2, 0][v]]
+        ref += bytes([c >> 16, (c >> 8) & 255, c & 255])
+    row("raster_b_cga.cap", "cga.bmp", "bmptopnm", ref_from(pnm_rgb(w, h, ref), "raster_b_cga_cap"),
+        bad=["cut:1000", "3:05", "0:55"])
+
+
 def main():
     os.makedirs(os.path.join(HERE, "ref"), exist_ok=True)
     nokia()
@@ -735,6 +832,7 @@ def main():
     bmf()
     cmx()
     embedded()
+    cap()
     with open(os.path.join(HERE, "raster_b.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
 
