@@ -5,6 +5,7 @@ under ref/ and the list raster_b.list. Pictures come from ImageMagick's
 built-in rose: and logo:, written by netpbm or ImageMagick where they write
 the format, otherwise built here byte by byte."""
 import os
+import shutil
 import struct
 import subprocess
 import tempfile
@@ -45,18 +46,18 @@ def ref_from(cmd_output_pnm, name):
     return name + ".png"
 
 
-def rgb_pixels(spec, w, h, extra=()):
+def rgb_pixels(picture, w, h, extra=()):
     """RGB bytes of an ImageMagick picture, resized to exactly w x h."""
-    return run(["convert", spec, "-resize", "%dx%d!" % (w, h)] + list(extra) + ["-depth", "8", "rgb:-"])
+    return run(["convert", picture, "-resize", "%dx%d!" % (w, h)] + list(extra) + ["-depth", "8", "rgb:-"])
 
 
 def pnm_rgb(w, h, rgb):
     return b"P6 %d %d 255\n" % (w, h) + bytes(rgb)
 
 
-def bilevel(w, h, spec="rose:"):
+def bilevel(w, h, picture="rose:"):
     """A black-and-white picture as rows of 0/1 (1 = black)."""
-    grey = run(["convert", spec, "-resize", "%dx%d!" % (w, h), "-colorspace", "gray",
+    grey = run(["convert", picture, "-resize", "%dx%d!" % (w, h), "-colorspace", "gray",
                 "-threshold", "50%", "-depth", "8", "gray:-"])
     return [[1 if grey[y * w + x] < 128 else 0 for x in range(w)] for y in range(h)]
 
@@ -147,8 +148,8 @@ def nokia():
 
 # ---------------------------------------------------------------- Palm
 
-def grey_levels(w, h, levels, spec="rose:"):
-    grey = run(["convert", spec, "-resize", "%dx%d!" % (w, h), "-colorspace", "gray", "-depth", "8", "gray:-"])
+def grey_levels(w, h, levels, picture="rose:"):
+    grey = run(["convert", picture, "-resize", "%dx%d!" % (w, h), "-colorspace", "gray", "-depth", "8", "gray:-"])
     step = 255 // (levels - 1)
     return bytes(round(g / step) * step for g in grey)
 
@@ -590,8 +591,8 @@ def mgc():
         else:
             bm = packed_rows(p, 2, one_is_black=False)
             body += struct.pack("<HHHHH", len(bm), len(p[0]), len(p), 10, 10) + bm
-        note = b"a card"
-        body += struct.pack("<H", len(note)) + note
+        text = b"a card"
+        body += struct.pack("<H", len(text)) + text
     write("raster_b_cards.mgc", b"MGC" + struct.pack("<H", cards) + bytes(entries) + bytes(body))
     for n, p in enumerate([pics[0], pics[2]]):
         row("raster_b_cards.mgc", "cards.bmp", "bmptopnm", ref_from(pbm(p), "raster_b_cards_%d" % (n + 1)),
@@ -601,9 +602,9 @@ def mgc():
 
 # ---------------------------------------------------------------- previews and embedded bitmaps
 
-def indexed(spec, w, h, colours):
+def indexed(picture, w, h, colours):
     """Palette (list of RGB bytes) and indices of an ImageMagick picture."""
-    rgb = run(["convert", spec, "-resize", "%dx%d!" % (w, h), "-colors", str(colours), "-depth", "8", "rgb:-"])
+    rgb = run(["convert", picture, "-resize", "%dx%d!" % (w, h), "-colors", str(colours), "-depth", "8", "rgb:-"])
     pal, px = [], []
     for i in range(w * h):
         c = rgb[i * 3:i * 3 + 3]
@@ -613,8 +614,8 @@ def indexed(spec, w, h, colours):
     return pal, px, rgb
 
 
-def imagemagick_bmp(spec, w, h, extra):
-    run(["convert", spec, "-resize", "%dx%d!" % (w, h)] + extra + ["-compress", "None", "BMP3:" + tmp("x.bmp")])
+def imagemagick_bmp(picture, w, h, extra):
+    run(["convert", picture, "-resize", "%dx%d!" % (w, h)] + extra + ["-compress", "None", "BMP3:" + tmp("x.bmp")])
     with open(tmp("x.bmp"), "rb") as f:
         bmp = f.read()
     return bmp, run(["bmptopnm"], bmp)
@@ -835,6 +836,7 @@ def main():
     cap()
     with open(os.path.join(HERE, "raster_b.list"), "w") as f:
         f.write("\n".join(ROWS) + "\n")
+    shutil.rmtree(TMP, ignore_errors=True)
 
 
 if __name__ == "__main__":
