@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/batch.h"
 #include "entry/previews.h"
 #include "entry/routes.h"
 #include "pixmisc.h"
@@ -36,6 +37,8 @@ const char* const kUsage =
     "  frames SRC               count the frames of an FLI/FLC animation or a film strip\n"
     "  ascii SRC DST [--average] [--invert] [--columns N] [--rows N] [--chars S]\n"
     "                           turn a PGM picture into a character picture\n"
+    "  batch SRC_DIR --to EXT [--out DIR] [--jobs N] [--report FILE.json] [--gallery]\n"
+    "                           convert every file of a folder tree that has a route to EXT\n"
     "\n"
     "Options: --help, --version. Exit status: 0 success, 1 failure, 2 usage error.\n";
 
@@ -227,5 +230,6 @@ int main(int argc, char** argv) {
   if (cmd == "thumbnail") return Thumbnail(n, a);
   if (cmd == "frames") return n == 1 ? Frames(a[0]) : Usage("frames takes SRC");
   if (cmd == "ascii") return Ascii(n, a);
+  if (cmd == "batch") return pixcli::Batch(n, a);
   return Usage(("unknown command '" + cmd + "'").c_str());
 }

@@ -76,6 +76,16 @@ bool CallScope::chargeFile() {
   return true;
 }
 
+bool ChargeRead(std::uint64_t n) {
+  CallScope* scope = CallScope::Current();
+  return !scope || scope->chargeRead(n);
+}
+
+bool BudgetSpent() {
+  CallScope* scope = CallScope::Current();
+  return scope && scope->exceeded();
+}
+
 void CallScope::noteCreated(const std::string& path, bool existed) {
   if (!existed) created_.push_back(path);
 }

@@ -65,4 +65,11 @@ class CallScope {
   std::vector<std::string> created_;
 };
 
+// For work that walks a source without reading it through InFile (skipping
+// over records by seeking, re-walking bytes held in memory): charges n bytes
+// to this thread's call, if any. False once the budget is spent.
+bool ChargeRead(std::uint64_t n);
+// True when this thread's call has spent a budget: scanners stop there.
+bool BudgetSpent();
+
 }  // namespace pix

@@ -3,21 +3,36 @@
 #include <cstdarg>
 
 namespace pix {
+namespace {
+thread_local ConsoleCapture* tCapture = nullptr;
+}  // namespace
+
+ConsoleCapture::ConsoleCapture() : previous_(tCapture) { tCapture = this; }
+ConsoleCapture::~ConsoleCapture() { tCapture = previous_; }
+
+void Emit(std::FILE* stream, const std::string& text) {
+  if (tCapture) {
+    tCapture->text_ += text;
+    return;
+  }
+  std::fputs(text.c_str(), stream);
+  std::fflush(stream);
+}
 
 void PrintErr(const char* fmt, ...) {
   va_list ap;
   va_start(ap, fmt);
-  std::vfprintf(stderr, fmt, ap);
+  std::string text = FormatV(fmt, ap);
   va_end(ap);
-  std::fflush(stderr);
+  Emit(stderr, text);
 }
 
 void PrintOut(const char* fmt, ...) {
   va_list ap;
   va_start(ap, fmt);
-  std::vfprintf(stdout, fmt, ap);
+  std::string text = FormatV(fmt, ap);
   va_end(ap);
-  std::fflush(stdout);
+  Emit(stdout, text);
 }
 
 std::string FormatV(const char* fmt, std::va_list ap) {

@@ -120,7 +120,7 @@ bool Sink::open(const char* path) {
   if (!path || !*path) return openMemory();
   memory_ = false;
   CallScope* scope = CallScope::Current();
-  if (scope && !scope->chargeFile()) {
+  if (scope && (scope->exceeded() || !scope->chargeFile())) {
     failed_ = true;
     return false;
   }

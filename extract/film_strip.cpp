@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "common/endian.h"
 #include "common/files.h"
 #include "common/paths.h"
 #include "extract/extract.h"
@@ -52,10 +53,7 @@ void HostOrder(Trailer& t) {
 
 void WritePcxHeader(Sink& out, const Trailer& t, std::uint64_t rows) {
   std::uint8_t h[128] = {};
-  auto put16 = [&h](int at, std::uint32_t v) {
-    h[at] = static_cast<std::uint8_t>(v);
-    h[at + 1] = static_cast<std::uint8_t>(v >> 8);
-  };
+  auto put16 = [&h](int at, std::uint32_t v) { PutLe16(h + at, v); };
   h[0] = 10;
   h[1] = 5;
   h[2] = 1;

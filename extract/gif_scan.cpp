@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <string>
 
+#include "common/budget.h"
 #include "common/files.h"
 #include "common/paths.h"
 #include "common/search.h"
@@ -145,6 +146,9 @@ class GifWalker {
   }
   bool skip(std::int64_t n) {
     if (n > size_ - pos_) return false;
+    // walking over a record costs what reading it would: a file of many
+    // overlapping candidates cannot make the walks quadratic without bound
+    if (!ChargeRead(static_cast<std::uint64_t>(n))) return false;
     pos_ += n;
     return in_.seekSet(pos_);
   }
@@ -225,7 +229,9 @@ int GifScanTcf(const ConvertCall& call) {
     }
 
     std::int64_t end = 0;
-    if (walker.walk(hit, end) == Walk::Damaged) {
+    const Walk walked = walker.walk(hit, end);
+    if (BudgetSpent()) break;
+    if (walked == Walk::Damaged) {
       pos = hit + 1;
       continue;
     }

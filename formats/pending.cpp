@@ -4,34 +4,21 @@
 
 namespace pix {
 
-int ImgToPgm(const ConvertCall&) { return 0; }
-int IcsToDib(const ConvertCall&) { return 0; }
-int TgaWlm(const ConvertCall&) { return 0; }
-int GpbToTga(const ConvertCall&) { return 0; }
-int Dc2ToTga(const ConvertCall&) { return 0; }
 int BinToGif(const ConvertCall&) { return 0; }
-int CbmFbmToSun(const ConvertCall&) { return 0; }
 int ScmToWav(const ConvertCall&) { return 0; }
 int RadianceToPict(const ConvertCall&) { return 0; }
-int GifToJif(const ConvertCall&) { return 0; }
-int ItgToPbm(const ConvertCall&) { return 0; }
-int PgcToPbm(const ConvertCall&) { return 0; }
 int PicToPcx(const ConvertCall&) { return 0; }
 int AviToWav(const ConvertCall&) { return 0; }
-int AmiToKoala(const ConvertCall&) { return 0; }
 int PixToXpm(const ConvertCall&) { return 0; }
 int PixToJpeg(const ConvertCall&) { return 0; }
 int SddToJpeg(const ConvertCall&) { return 0; }
 int IcnsToPng(const ConvertCall&) { return 0; }
 int HtaNctToPng(const ConvertCall&) { return 0; }
-int FpgToPng(const ConvertCall&) { return 0; }
 int SkpSxdToPng(const ConvertCall&) { return 0; }
-int HruToGif(const ConvertCall&) { return 0; }
 int MbmToGif(const ConvertCall&) { return 0; }
 int SdlLqtToGif(const ConvertCall&) { return 0; }
 int XarToGif(const ConvertCall&) { return 0; }
 int VobToGif(const ConvertCall&) { return 0; }
-int JifToGif(const ConvertCall&) { return 0; }
 int PigToSun(const ConvertCall&) { return 0; }
 int ImgToCmuA(const ConvertCall&) { return 0; }
 int ImgToCmuB(const ConvertCall&) { return 0; }

@@ -5,6 +5,7 @@
 // Result: 0 when the TIFF was written, 1 when it could not be.
 #include <cstring>
 
+#include "common/endian.h"
 #include "common/files.h"
 #include "retro/cpc_screen.h"
 #include "retro/retro.h"
@@ -22,15 +23,6 @@ constexpr std::size_t kPaletteAt = 0x40E8, kModeAt = 0x4108;
 const char kSoftware[] = "MAIFLOT\nThis picture transferred from a CPC by\nPixamorph\nwww.pixamorph.example.\n";
 static_assert(sizeof kSoftware <= 90);
 
-void Put16(std::uint8_t* p, std::uint32_t v) {
-  p[0] = static_cast<std::uint8_t>(v);
-  p[1] = static_cast<std::uint8_t>(v >> 8);
-}
-void Put32(std::uint8_t* p, std::uint32_t v) {
-  Put16(p, v);
-  Put16(p + 2, v >> 16);
-}
-
 bool WriteCpcTiff(Sink& out, const CpcScreen& s) {
   CpcPixelFetcher pixels(s);
   const int width = pixels.width(), height = pixels.height();
@@ -38,9 +30,9 @@ bool WriteCpcTiff(Sink& out, const CpcScreen& s) {
   std::memset(h, 0, sizeof h);
   h[0] = 'I';
   h[1] = 'I';
-  Put16(h + 2, 42);
-  Put32(h + 4, 8);
-  Put16(h + 8, 13);
+  PutLe16(h + 2, 42);
+  PutLe32(h + 4, 8);
+  PutLe16(h + 8, 13);
   struct Entry {
     std::uint16_t tag, type;
     std::uint32_t count, value;
@@ -62,22 +54,22 @@ bool WriteCpcTiff(Sink& out, const CpcScreen& s) {
   };
   std::uint8_t* e = h + 10;
   for (const Entry& x : entries) {
-    Put16(e, x.tag);
-    Put16(e + 2, x.type);
-    Put32(e + 4, x.count);
-    Put32(e + 8, x.value);  // a SHORT value sits in the low half, little-endian
+    PutLe16(e, x.tag);
+    PutLe16(e + 2, x.type);
+    PutLe32(e + 4, x.count);
+    PutLe32(e + 8, x.value);  // a SHORT value sits in the low half, little-endian
     e += 12;
   }
-  Put32(h + 170, 8);
-  Put32(h + 174, 5);
-  Put32(h + 178, 1);
-  Put32(h + 182, 1);
+  PutLe32(h + 170, 8);
+  PutLe32(h + 174, 5);
+  PutLe32(h + 178, 1);
+  PutLe32(h + 182, 1);
   std::memcpy(h + 186, kSoftware, sizeof kSoftware);
   for (int i = 0; i < 16; ++i) {
     CpcColour c = CpcFirmwareColour(s.pens[i]);
-    Put16(h + 276 + i * 2, c.r);
-    Put16(h + 276 + 32 + i * 2, c.g);
-    Put16(h + 276 + 64 + i * 2, c.b);
+    PutLe16(h + 276 + i * 2, c.r);
+    PutLe16(h + 276 + 32 + i * 2, c.g);
+    PutLe16(h + 276 + 64 + i * 2, c.b);
   }
   std::memset(h + 372, 0xE5, 384 - 372);
   out.write(h, sizeof h);

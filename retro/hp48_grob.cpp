@@ -6,6 +6,7 @@
 // Result: file mode 0 written, 1 refused; memory mode the byte count.
 #include <cstring>
 
+#include "common/endian.h"
 #include "common/files.h"
 #include "common/image.h"
 #include "common/reader.h"
@@ -48,14 +49,8 @@ Bytes GrobBmp(const Bytes& file) {
   const std::uint32_t image = static_cast<std::uint32_t>(stride * height);
 
   Bytes bmp(62 + image, 0);
-  auto put16 = [&](std::size_t at, std::uint32_t v) {
-    bmp[at] = static_cast<std::uint8_t>(v);
-    bmp[at + 1] = static_cast<std::uint8_t>(v >> 8);
-  };
-  auto put32 = [&](std::size_t at, std::uint32_t v) {
-    put16(at, v);
-    put16(at + 2, v >> 16);
-  };
+  auto put16 = [&](std::size_t at, std::uint32_t v) { PutLe16(&bmp[at], v); };
+  auto put32 = [&](std::size_t at, std::uint32_t v) { PutLe32(&bmp[at], v); };
   bmp[0] = 'B';
   bmp[1] = 'M';
   put32(2, 62 + image);

@@ -5,6 +5,7 @@
 // Result: 1 written, 0 refused.
 #include <cstring>
 
+#include "common/endian.h"
 #include "common/files.h"
 #include "common/reader.h"
 #include "retro/retro.h"
@@ -51,10 +52,7 @@ int PcxToTiGrayPic(const ConvertCall& call) {
   out[9] = 0x0C;
   out[10] = 0x00;
   std::memcpy(out.data() + 11, "8-Image Flash 32 Tavel Morquin           .", 42);
-  auto put16 = [&](std::size_t at, unsigned v) {
-    out[at] = static_cast<std::uint8_t>(v);
-    out[at + 1] = static_cast<std::uint8_t>(v >> 8);
-  };
+  auto put16 = [&](std::size_t at, unsigned v) { PutLe16(&out[at], v); };
   put16(53, 3092);
   put16(55, 11);
   put16(57, 3077);

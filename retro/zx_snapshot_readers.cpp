@@ -4,6 +4,7 @@
 // kinds that store no border take it from the BORDCR system variable.
 #include <cstring>
 
+#include "common/endian.h"
 #include "common/paths.h"
 #include "common/reader.h"
 #include "retro/zx.h"
@@ -21,11 +22,6 @@ struct Regs {
   int border = -1;      // -1: take it from BORDCR
   bool pushPc = true;   // false: the stack already holds the return address
 };
-
-void Put16(std::uint8_t* p, std::uint16_t v) {
-  p[0] = static_cast<std::uint8_t>(v);
-  p[1] = static_cast<std::uint8_t>(v >> 8);
-}
 
 void PokeRam(ZxSnapshot& s, std::uint32_t address, std::uint8_t v) {
   address &= 0xFFFF;
@@ -46,20 +42,20 @@ void Finish(const Regs& g, ZxSnapshot& s) {
     PokeRam(s, sp + 1u, static_cast<std::uint8_t>(g.pc >> 8));
   }
   h[0] = g.i;
-  Put16(h + 1, g.hl2);
-  Put16(h + 3, g.de2);
-  Put16(h + 5, g.bc2);
-  Put16(h + 7, g.af2);
-  Put16(h + 9, g.hl);
-  Put16(h + 11, g.de);
-  Put16(h + 13, g.bc);
-  Put16(h + 15, g.iy);
-  Put16(h + 17, g.ix);
+  PutLe16(h + 1, g.hl2);
+  PutLe16(h + 3, g.de2);
+  PutLe16(h + 5, g.bc2);
+  PutLe16(h + 7, g.af2);
+  PutLe16(h + 9, g.hl);
+  PutLe16(h + 11, g.de);
+  PutLe16(h + 13, g.bc);
+  PutLe16(h + 15, g.iy);
+  PutLe16(h + 17, g.ix);
   h[19] = g.iff;
   h[20] = g.r;
   h[21] = static_cast<std::uint8_t>(g.af);
   h[22] = static_cast<std::uint8_t>(g.af >> 8);
-  Put16(h + 23, sp);
+  PutLe16(h + 23, sp);
   h[25] = g.im;
   h[26] = static_cast<std::uint8_t>(g.border >= 0 ? g.border & 7 : (s.ram[kBordcr] >> 3) & 7);
 }

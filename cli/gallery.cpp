@@ -1,0 +1,127 @@
+// The contact sheet of a batch run: index.html in the output folder, with a
+// PNG thumbnail (made through MagickCore) of every output it can read, the
+// source, route and result under each, and the messages of failures.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+
+#include "cli/batch.h"
+
+#ifdef PIXMISC_HAVE_MAGICK
+#include <magick/MagickCore.h>
+#endif
+
+namespace pixcli {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Html(const std::string& s) {
+  std::string o;
+  for (char c : s) {
+    switch (c) {
+      case '<': o += "&lt;"; break;
+      case '>': o += "&gt;"; break;
+      case '&': o += "&amp;"; break;
+      case '"': o += "&quot;"; break;
+      default: o += c;
+    }
+  }
+  return o;
+}
+
+// Formats whose files carry no signature MagickCore could go by.
+const std::map<std::string, std::string> kPrefix = {{".tga", "TGA:"}, {".pct", "PICT:"}, {".wlm", "TGA:"}};
+
+#ifdef PIXMISC_HAVE_MAGICK
+// A thumbnail of at most 160 x 120 of the first picture of `path`; false
+// when MagickCore cannot read it.
+bool Thumbnail(const std::string& path, const std::string& png) {
+  std::string ext = fs::path(path).extension().string();
+  for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  auto prefix = kPrefix.find(ext);
+  const std::string name = (prefix == kPrefix.end() ? "" : prefix->second) + path;
+  if (name.size() >= MaxTextExtent || png.size() + 4 >= MaxTextExtent) return false;
+  ExceptionInfo* ex = AcquireExceptionInfo();
+  ImageInfo* info = CloneImageInfo(nullptr);
+  std::strcpy(info->filename, name.c_str());
+  bool ok = false;
+  if (Image* img = ReadImage(info, ex)) {
+    // small pictures are enlarged by whole pixels, large ones shrunk smoothly
+    const double fit = std::min(160.0 / img->columns, 120.0 / img->rows);
+    const double scale = fit >= 1 ? std::min(8.0, std::floor(fit)) : fit;
+    const size_t w = std::max<size_t>(1, static_cast<size_t>(img->columns * scale));
+    const size_t h = std::max<size_t>(1, static_cast<size_t>(img->rows * scale));
+    if (Image* t = scale >= 1 ? SampleImage(img, w, h, ex) : ThumbnailImage(img, w, h, ex)) {
+      std::strcpy(t->filename, ("PNG:" + png).c_str());
+      ImageInfo* out = CloneImageInfo(nullptr);
+      ok = WriteImage(out, t) == MagickTrue;
+      DestroyImageInfo(out);
+      DestroyImage(t);
+    }
+    DestroyImageList(img);
+  }
+  DestroyImageInfo(info);
+  DestroyExceptionInfo(ex);
+  return ok && fs::exists(png);
+}
+#else
+bool Thumbnail(const std::string&, const std::string&) { return false; }
+#endif
+
+}  // namespace
+
+void WriteGallery(const std::string& outDir, const std::vector<FileReport>& files) {
+#ifdef PIXMISC_HAVE_MAGICK
+  MagickCoreGenesis("pixmisc", MagickFalse);
+#endif
+  const fs::path thumbs = fs::path(outDir) / "thumbs";
+  std::error_code ec;
+  fs::create_directories(thumbs, ec);
+  std::ofstream html(fs::path(outDir) / "index.html");
+  html << "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>Pixmisc contact sheet</title>\n"
+          "<style>body{font:13px sans-serif;background:#eee}figure{display:inline-block;vertical-align:top;"
+          "width:180px;margin:6px;padding:6px;background:#fff;border:1px solid #ccc}figure img{display:block;"
+          "margin:auto;image-rendering:pixelated}.none{height:60px;background:#ddd;color:#666;text-align:center;"
+          "line-height:60px}.failed{border-color:#c33}.failed pre{color:#c33;white-space:pre-wrap}"
+          "figcaption{word-break:break-all}</style>\n"
+          // once everything has loaded, the body says how many pictures did not
+          "<script>window.addEventListener('load', () => { const all = [...document.images];"
+          " document.body.dataset.images = all.length;"
+          " document.body.dataset.broken = all.filter(i => !i.complete || i.naturalWidth === 0).length; });"
+          "</script></head>\n<body>\n<h1>Pixmisc contact sheet</h1>\n";
+  int n = 0;
+  for (const FileReport& r : files) {
+    if (r.status == "skipped" || r.status == "not started") continue;
+    const std::string name = fs::path(r.source).filename().string();
+    const std::string caption = Html(name) + "<br>route " + std::to_string(r.route) + " " + Html(r.converter) +
+                                "<br>result " + std::to_string(r.result);
+    if (r.status != "converted") {
+      html << "<figure class=\"failed\"><div class=\"none\">failed</div><figcaption>" << caption << "<pre>";
+      for (const std::string& m : r.messages) html << Html(m) << "\n";
+      html << "</pre></figcaption></figure>\n";
+      continue;
+    }
+    for (const Output& o : r.outputs) {
+      const std::string png = (thumbs / (std::to_string(++n) + ".png")).string();
+      html << "<figure>";
+      if (Thumbnail(o.path, png))
+        html << "<img src=\"thumbs/" << n << ".png\" alt=\"" << Html(fs::path(o.path).filename().string()) << "\">";
+      else
+        html << "<div class=\"none\">no preview</div>";
+      html << "<figcaption>" << Html(fs::path(o.path).filename().string()) << "<br>from " << caption
+           << "</figcaption></figure>\n";
+    }
+  }
+  html << "</body></html>\n";
+#ifdef PIXMISC_HAVE_MAGICK
+  MagickCoreTerminus();
+#endif
+}
+
+}  // namespace pixcli
