@@ -91,7 +91,7 @@ bool ReadRows(ByteReader in, const Rendition& r, Bytes& raw) {
 }
 
 // Decodes one rendition of a resource into img.
-bool DecodeRendition(const ByteReader& res, std::size_t at, const Rendition& r, Image& img) {
+bool DecodeRendition(const ByteReader& res, const Rendition& r, Image& img) {
   ByteReader in = res.sub(r.dataAt, res.size() - std::min(res.size(), r.dataAt));
   std::vector<Rgb> table;
   if (r.flags & 0x4000) {
@@ -106,7 +106,6 @@ bool DecodeRendition(const ByteReader& res, std::size_t at, const Rendition& r, 
   if (r.version < 3 && (r.flags & 0x0400)) in.skip(8);
   if (r.flags & 0x8000 && r.compression != 0xFF) in.skip(r.version >= 3 ? 4 : 2);
   if (in.bad()) return false;
-  (void)at;
   Bytes raw;
   if (!ReadRows(in.rest(), r, raw)) return false;
   if (r.bits == 16) {
@@ -188,7 +187,7 @@ bool DecodeFamily(const ByteReader& res, Image& img) {
         std::uint64_t(r.rowBytes) * 8 >= std::uint64_t(r.width) * r.bits &&
         (!found || r.bits > best.bits || (r.bits == best.bits && r.density == 72 && best.density != 72))) {
       Image trial;
-      if (DecodeRendition(res, at, r, trial)) {
+      if (DecodeRendition(res, r, trial)) {
         best = r;
         img = std::move(trial);
         found = true;
