@@ -106,8 +106,9 @@ int Routes() {
     std::string args;
     if (r.argCount >= 1) args = std::to_string(r.arg1);
     if (r.argCount >= 2) args += ", " + std::to_string(r.arg2);
-    std::printf("%3d  %-16s %-6s %-28s %s\n", r.number, src.c_str(), r.target, args.empty() ? "-" : args.c_str(),
-                pix::DescribeConverter(r).c_str());
+    std::printf("%3d  %-16s %-6s %-28s %s%s\n", r.number, src.c_str(), r.target, args.empty() ? "-" : args.c_str(),
+                pix::DescribeConverter(r).c_str(),
+                pix::IsPlaceholder(r.converter) ? "  [layout unknown: recognises nothing]" : "");
   }
   std::printf("catch-all  (any)  ");
   for (const char* t : pix::CatchAllTargets()) std::printf("%s ", t);

@@ -284,6 +284,11 @@ constexpr Route kRoutes[] = {
     {261, ".cmp", 4, false, ".tif", "CmpToTiff", CmpToTiff, 0, 0, 0, Result::Files, Decision::None},
 };
 
+// Formats known by name (and sometimes a signature) only; each converter's
+// file says what is known.
+constexpr ConverterFn kUnknownLayout[] = {TgaWlm,   GifToJif, PigToSun, MtxToPpm, B3dToPpm,
+                                          ImgToCmuA, BdtToBmp, YpcToBmp, AwgToBmp, LcaToBmp};
+
 constexpr const char* kCatchAll[] = {".sit", ".snx", ".sna", ".z80", ".ach", ".zx", ".sp"};
 
 // The first five bytes of the source; fewer when it is short or unreadable.
@@ -349,6 +354,12 @@ int RunRoute(const RouteMatch& match, const char* source, const char* target) {
   // The one fallback chain: a catalogue that holds no JPEG may hold PNGs.
   if (n == 0 && match.route->decision == Decision::FallbackToPng) n = PngScan(call);
   return n;
+}
+
+bool IsPlaceholder(ConverterFn converter) {
+  for (ConverterFn f : kUnknownLayout)
+    if (f == converter) return true;
+  return false;
 }
 
 std::string DescribeConverter(const Route& r) {
