@@ -4,8 +4,6 @@
 
 namespace pix {
 
-int DibStreamScan(const ConvertCall&) { return 0; }
-int BmpStreamScan(const ConvertCall&) { return 0; }
 int PresentationPngScan(const ConvertCall&) { return 0; }
 
 }  // namespace pix

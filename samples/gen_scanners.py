@@ -1,0 +1,150 @@
+"""Writes the samples of the bitmap and packed-bitmap stream scanners into
+this folder and lists them in scanners.list.
+
+Every embedded picture is a real bitmap file written by ImageMagick or
+netpbm. Containers place them at awkward spots: the first byte, across a
+512-byte block and a 64 KiB window boundary, touching each other, ending the
+file, around a damaged bitmap. Rows carry streams=OFFSET+LENGTH[+HEAD] for
+every picture a scanner must cut out (HEAD: the 14-byte file header the
+packed-bitmap scanner puts back in front), and the counts the counting
+exports give on the same file. The counts differ from the scanners' results
+where the counting rules mean them to: a bitmap whose "BM" lies in the
+file's last short 512-byte block is not counted (edges.pjs, theme.tsk), a
+"BM" header with reserved words 0 is counted however damaged the rest is
+(edges.pjs), packed bitmaps are counted by 1024-byte blocks holding 28 00 00
+00 outside their last 11 bytes, one per block, valid or not, in pixels too
+(edges.abm).
+"""
+import os
+import random
+import struct
+import subprocess
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+
+def run(cmd, data=None):
+    return subprocess.run(cmd, input=data, stdout=subprocess.PIPE, check=True).stdout
+
+
+def magick(*args):
+    return run(["convert", *args])
+
+
+def write(name, data):
+    with open(os.path.join(HERE, name), "wb") as f:
+        f.write(data)
+
+
+def filler(n, seed):
+    # Bytes without "B", "(" or NUL: no signature either scanner looks for.
+    rnd = random.Random(seed)
+    return bytes(rnd.choice(b"acdefghijklmnopqrstuvwxyz0123456789") for _ in range(n))
+
+
+# The pictures (each a whole bitmap file).
+ROSE24 = magick("rose:", "bmp3:-")                                   # 70x46, 24 bits
+ROSE8 = magick("rose:", "-colors", "60", "-type", "Palette", "-compress", "none", "bmp3:-")
+RLE8 = magick("rose:", "-colors", "30", "-type", "Palette", "bmp3:-")       # run-length coded
+SMALL4 = magick("-size", "7x3", "xc:blue", "-fill", "red", "-draw", "point 1,1",
+                "-type", "Palette", "-colors", "2", "bmp3:-")
+WIZARD = run(["ppmtobmp", "-windows", "-quiet"], magick("wizard:", "-resize", "40x50", "ppm:-"))
+OS2 = run(["ppmtobmp", "-os2", "-quiet"], magick("logo:", "-resize", "32x24", "ppm:-"))
+GRAD = magick("-size", "16x16", "gradient:red-blue", "-type", "TrueColor", "bmp3:-")
+
+
+def damaged(bmp):
+    # A bitmap whose header says 0 planes: not a picture.
+    b = bytearray(bmp)
+    b[26] = 0
+    return bytes(b)
+
+
+def build(parts):
+    """parts: bytes or ("pic", bytes[, keep_header]). Returns (data, streams)."""
+    data = bytearray()
+    streams = []
+    for p in parts:
+        if isinstance(p, tuple):
+            pic = p[1]
+            if p[0] == "dib":
+                streams.append("%d+%d+%s" % (len(data), len(pic) - 14, pic[:14].hex()))
+                data += pic[14:]
+            else:
+                streams.append("%d+%d" % (len(data), len(pic)))
+                data += pic
+        else:
+            data += p
+    return bytes(data), streams
+
+
+def pad_to(parts, block, back):
+    """Filler so that the next part starts `back` bytes before the end of a
+    `block`-byte block (the first such point after what parts hold)."""
+    n = len(build(parts)[0])
+    at = (n + back) // block * block + block - back
+    return filler(at - n, at)
+
+
+rows = []
+
+
+def ref(name, bmp):
+    write(os.path.join("ref", name + ".png"), run(["convert", "bmp:-", "png:-"], bmp))
+
+
+def sample(source, target, parts, extra=""):
+    data, streams = build(parts)
+    write(source, data)
+    rows.append(" ".join(filter(None, [source, target, extra, "streams=" + ",".join(streams)])))
+    return data, streams
+
+
+# Listed samples read back by bmptopnm.
+data, _ = sample("scanners_album.pjs", "album.bmp",
+                 [filler(300, 1), ("bmp", ROSE24), filler(200, 2)],
+                 "decoder=bmptopnm ref=ref/scanners_album.png result=1 count_bmpelse=1 "
+                 "bad=300:584d bad=cut:%d bad=302:f0ffffff" % (300 + len(ROSE24) // 2))
+ref("scanners_album", ROSE24)
+
+data, _ = sample("scanners_thumbs.abm", "thumbs.dib",
+                 [filler(500, 3), ("dib", WIZARD), filler(100, 4)],
+                 "decoder=bmptopnm ref=ref/scanners_thumbs.png result=1 count_dib=1 "
+                 "bad=500:29 bad=cut:%d bad=504:00000100" % (500 + len(WIZARD) // 2))
+ref("scanners_thumbs", WIZARD)
+
+# The ".tsk" preview chain's third link: a theme with a BMP among other bytes.
+sample("scanners_theme.tsk", "theme.bmp",
+       [filler(1000, 5), ("bmp", WIZARD), filler(50, 6), ("bmp", SMALL4), filler(10, 7)],
+       "decoder=bmptopnm ref=ref/scanners_theme.png result=2 count_bmpelse=1")
+ref("scanners_theme", WIZARD)
+
+# Awkward places for the BMP scanner. File names stored before each bitmap
+# let the "BMP"-name count find them too.
+parts = [("bmp", SMALL4)]                                             # first byte
+parts += [b"ROSE.BMP\0" + filler(40, 8)]
+parts += [("bmp", OS2), b"BM\x01\x00\x00\x00\x07\x00" + filler(30, 9)]  # OS/2 header; a stray "BM"
+parts += [pad_to(parts, 512, 1), ("bmp", ROSE8)]                         # "B" last byte of a 512-byte block
+parts += [filler(20, 10), ("bmp", GRAD), ("bmp", SMALL4)]             # two touching
+parts += [filler(33, 11), damaged(WIZARD), filler(17, 12), ("bmp", ROSE24)]  # damaged between good ones
+parts += [pad_to(parts, 65536, 1), ("bmp", GRAD)]                        # across the 64 KiB window
+parts += [filler(64, 13), ("bmp", SMALL4)]                            # the file's last bytes
+sample("scanners_edges.pjs", "edges.bmp", parts, "result=8 count_bmpelse=8 count_bmp=1")
+
+# The same pictures as packed bitmaps.
+parts = [("dib", SMALL4)]
+parts += [filler(40, 14), ("dib", GRAD), ("dib", ROSE8)]
+parts += [filler(33, 15), damaged(WIZARD)[14:], filler(17, 16), ("dib", ROSE24)]
+parts += [pad_to(parts, 1024, 6), ("dib", WIZARD)]           # header across a 1024-byte block (hit 6 bytes before its end)
+parts += [filler(5, 17), ("dib", RLE8), ("dib", SMALL4)]
+sample("scanners_edges.abm", "edges.dib", parts, "result=7 count_dib=6")
+
+# A container that names each bitmap before it, as slide shows do.
+parts = []
+for i, pic in enumerate((ROSE8, SMALL4, GRAD)):
+    parts += [b"PICTURE%d.BMP\0\0" % i + filler(20 + i, 20 + i), ("bmp", pic)]
+parts += [filler(700, 30)]
+sample("scanners_named.ssf", "named.bmp", parts, "result=3 count_bmp=3 count_bmpelse=3")
+
+with open(os.path.join(HERE, "scanners.list"), "w") as f:
+    f.write("\n".join(rows) + "\n")
