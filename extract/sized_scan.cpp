@@ -1,12 +1,17 @@
 // The sliding-window search and copy shared by the bitmap and packed-bitmap
 // scanners (see sized_scan.h). Memory stays constant: one window of the
-// source and one copy block, whatever the file's size; the position only
+// source (256 KiB) and one copy block, whatever the file's size; the position only
 // ever moves forward.
 #include "extract/sized_scan.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "common/files.h"
 #include "common/paths.h"
@@ -14,22 +19,36 @@
 namespace pix {
 namespace {
 
-constexpr std::size_t kWindow = 64 * 1024;
+constexpr std::size_t kWindow = 256 * 1024;
 constexpr std::size_t kCopyBlock = 4096;
 
 // First i in [from, end) where the signature stands whole inside r, or end.
+// Sixteen candidates at a time compare the signature's first two bytes.
 std::size_t FindSignature(const ByteReader& r, std::size_t from, std::size_t end, const SizedScanRules& rules) {
-  const std::uint8_t first = rules.signature[0];
-  while (from < end) {
-    const void* hit = std::memchr(r.data() + from, first, end - from);
-    if (!hit) return end;
-    const std::size_t i = static_cast<std::size_t>(static_cast<const std::uint8_t*>(hit) - r.data());
-    if (!r.has(i, rules.signatureLength)) return end;
-    bool same = true;
-    for (std::size_t k = 1; k < rules.signatureLength && same; ++k) same = r.at(i + k) == rules.signature[k];
-    if (same) return i;
-    from = i + 1;
+  const std::uint8_t* data = r.data();
+  const auto whole = [&](std::size_t i) {
+    if (!r.has(i, rules.signatureLength)) return false;
+    for (std::size_t k = 1; k < rules.signatureLength; ++k)
+      if (r.at(i + k) != rules.signature[k]) return false;
+    return true;
+  };
+  std::size_t i = from;
+#if defined(__SSE2__)
+  const __m128i a = _mm_set1_epi8(static_cast<char>(rules.signature[0]));
+  const __m128i b = _mm_set1_epi8(static_cast<char>(rules.signature[1]));
+  for (; i + 17 <= end && r.has(i, 17); i += 16) {
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i));
+    const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + i + 1));
+    unsigned m = static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(_mm_cmpeq_epi8(x, a), _mm_cmpeq_epi8(y, b))));
+    while (m) {
+      const std::size_t k = i + static_cast<std::size_t>(__builtin_ctz(m));
+      if (whole(k)) return k;
+      m &= m - 1;
+    }
   }
+#endif
+  for (; i < end; ++i)
+    if (data[i] == rules.signature[0] && whole(i)) return i;
   return end;
 }
 
@@ -58,12 +77,16 @@ int RunSizedScan(const ConvertCall& call, const SizedScanRules& rules) {
   const std::uint64_t size = static_cast<std::uint64_t>(fileSize);
   const int wanted = call.arg1 <= 1 ? 1 : call.arg1;
 
-  FileWindow window(in);
+  // The window: kWindow bytes searched, and room for the header of a hit in
+  // their last bytes.
+  std::vector<std::uint8_t> window(kWindow + rules.headerLength);
   int found = 0;
   std::uint64_t pos = 0;
   while (pos < size) {
-    if (!window.load(pos, kWindow + rules.headerLength)) break;
-    const ByteReader r = window.reader();
+    if (!in.seekSet(static_cast<std::int64_t>(pos))) break;
+    const std::size_t got = in.read(window.data(), window.size());
+    if (got == 0) break;
+    const ByteReader r(window.data(), got);
     const std::size_t end = std::min(kWindow, r.size());
     std::uint64_t next = pos + end;
     for (std::size_t i = FindSignature(r, 0, end, rules); i < end; i = FindSignature(r, i + 1, end, rules)) {

@@ -17,7 +17,7 @@ namespace pix {
 struct SizedScanRules {
   const char* suffix;             // "_%04d.bmp": files numbered from 1
   std::uint8_t signature[4];      // the bytes a stream starts with
-  std::size_t signatureLength;
+  std::size_t signatureLength;   // 2 to 4
   std::size_t headerLength;       // bytes measure() is given at a hit (fewer at the file's end)
   // The whole stream's length for the header at a hit, 0 when the bytes
   // there are not such a stream; `room` is what the file holds from the hit on.
