@@ -45,7 +45,7 @@ std::uint64_t MeasureBmp(const ByteReader& h, std::uint64_t room) {
   return size;
 }
 
-constexpr SizedScanRules kBmpRules = {"_%04d.bmp", {'B', 'M'}, 2, 30, MeasureBmp, nullptr};
+constexpr SizedScanRules kBmpRules = {"_%04d.bmp", {'B', 'M'}, 2, 30, MeasureBmp, nullptr, nullptr};
 
 }  // namespace
 

@@ -64,7 +64,7 @@ std::size_t BitmapFileHeader(const ByteReader& h, std::uint64_t length, std::uin
   return 14;
 }
 
-constexpr SizedScanRules kDibRules = {"_%04d.dib", {0x28, 0, 0, 0}, 4, 40, MeasureDib, BitmapFileHeader};
+constexpr SizedScanRules kDibRules = {"_%04d.dib", {0x28, 0, 0, 0}, 4, 40, MeasureDib, nullptr, BitmapFileHeader};
 
 }  // namespace
 

@@ -1,6 +1,6 @@
 // The sliding-window search and copy shared by the bitmap and packed-bitmap
 // scanners (see sized_scan.h). Memory stays constant: one window of the
-// source (256 KiB) and one copy block, whatever the file's size; the position only
+// source (64 KiB) and one copy block, whatever the file's size; the position only
 // ever moves forward.
 #include "extract/sized_scan.h"
 
@@ -19,7 +19,7 @@
 namespace pix {
 namespace {
 
-constexpr std::size_t kWindow = 256 * 1024;
+constexpr std::size_t kWindow = 64 * 1024;
 constexpr std::size_t kCopyBlock = 4096;
 
 // First i in [from, end) where the signature stands whole inside r, or end.
@@ -92,7 +92,8 @@ int RunSizedScan(const ConvertCall& call, const SizedScanRules& rules) {
     for (std::size_t i = FindSignature(r, 0, end, rules); i < end; i = FindSignature(r, i + 1, end, rules)) {
       const ByteReader header = r.sub(i, rules.headerLength);
       const std::uint64_t at = pos + i;
-      const std::uint64_t length = rules.measure(header, size - at);
+      std::uint64_t length = rules.measure(header, size - at);
+      if (length != 0 && rules.walk) length = rules.walk(in, at, size - at);
       if (length == 0 || length > size - at) continue;
       ++found;
       next = at + length;

@@ -90,7 +90,8 @@ rows = []
 
 
 def ref(name, bmp):
-    write(os.path.join("ref", name + ".png"), run(["convert", "bmp:-", "png:-"], bmp))
+    write(os.path.join("ref", name + ".png"),
+          run(["convert", "bmp:-", "-strip", "-define", "png:exclude-chunks=date,time", "png:-"], bmp))
 
 
 def sample(source, target, parts, extra=""):
@@ -145,6 +146,37 @@ for i, pic in enumerate((ROSE8, SMALL4, GRAD)):
     parts += [b"PICTURE%d.BMP\0\0" % i + filler(20 + i, 20 + i), ("bmp", pic)]
 parts += [filler(700, 30)]
 sample("scanners_named.ssf", "named.bmp", parts, "result=3 count_bmp=3 count_bmpelse=3")
+
+# PNG pictures in presentations: PowerPoint picture records (a 16- and a
+# 32-byte identifier before the PNG), the text "PNG" without its 0x89, a
+# signature followed by garbage, a picture with a damaged chunk (its CRC no
+# longer matches), one whose signature straddles a 64 KiB window, and one cut
+# short by the end of the file: only the whole ones count.
+ROSE_PNG = run(["pnmtopng"], magick("rose:", "ppm:-"))
+LOGO_PNG = run(["pnmtopng"], magick("logo:", "-resize", "60x45", "ppm:-"))
+GRAD_PNG = run(["pnmtopng"], magick("-size", "12x9", "gradient:green-yellow", "-depth", "8", "ppm:-"))
+
+
+def picture_record(png, ids):
+    head = struct.pack("<HHI", 0x6E0 << 4 if ids == 1 else 0x6E1 << 4, 0xF01E, len(png) + 16 * ids + 1)
+    return head + bytes(range(16 * ids)) + b"\xff"
+
+
+broken = bytearray(LOGO_PNG)
+broken[60] ^= 0x55
+OLE = bytes.fromhex("d0cf11e0a1b11ae1") + filler(504, 40)
+parts = [OLE, picture_record(ROSE_PNG, 1), ("png", ROSE_PNG), filler(100, 41)]
+parts += [picture_record(LOGO_PNG, 2), ("png", LOGO_PNG), b"xxPNGxx" + filler(30, 42)]
+parts += [b"\x89PNG\r\n\x1a\n" + filler(40, 43), bytes(broken), filler(20, 44), ("png", GRAD_PNG)]
+parts += [pad_to(parts, 65536, 3), ("png", LOGO_PNG), filler(10, 45), LOGO_PNG[:-20]]
+sample("scanners_slides.ppt", "slides.png", parts,
+       "decoder=pngtopnm ref=ref/scanners_slides.png result=4")
+write(os.path.join("ref", "scanners_slides.png"), ROSE_PNG)
+
+sample("scanners_show.pps", "show.png", [OLE, picture_record(GRAD_PNG, 1), ("png", GRAD_PNG), filler(64, 46)],
+       "decoder=pngtopnm ref=ref/scanners_show.png result=1 "
+       "bad=%d:4f bad=cut:%d bad=%d:7ffffff0" % (len(OLE) + 25, len(OLE) + 25 + len(GRAD_PNG) - 6, len(OLE) + 33))
+write(os.path.join("ref", "scanners_show.png"), GRAD_PNG)
 
 with open(os.path.join(HERE, "scanners.list"), "w") as f:
     f.write("\n".join(rows) + "\n")

@@ -1,4 +1,4 @@
-// Bitmap files and packed bitmaps cut out of containers. The containers come
+// Bitmap files, packed bitmaps and presentation PNGs cut out of containers. The containers come
 // from samples/gen_scanners.py; each row of scanners.list that carries
 // streams=OFFSET+LENGTH[+HEAD],... names the bytes every output must hold
 // (HEAD: the file header put in front of a packed bitmap) and the counts the
@@ -54,12 +54,14 @@ std::vector<Row> Rows() {
 }
 
 pix::ConverterFn ScannerFor(const std::string& target) {
-  return target.ends_with(".dib") ? pix::DibStreamScan : pix::BmpStreamScan;
+  if (target.ends_with(".dib")) return pix::DibStreamScan;
+  if (target.ends_with(".png")) return pix::PresentationPngScan;
+  return pix::BmpStreamScan;
 }
 
-TEST(BitmapScan, EveryStreamIsWrittenWhole) {
+TEST(SizedStreamScan, EveryStreamIsWrittenWhole) {
   const std::vector<Row> rows = Rows();
-  ASSERT_GE(rows.size(), 4u);
+  ASSERT_GE(rows.size(), 8u);
   for (const Row& row : rows) {
     SCOPED_TRACE(row.sample.source);
     pixtest::Scratch s;
@@ -83,7 +85,7 @@ TEST(BitmapScan, EveryStreamIsWrittenWhole) {
   }
 }
 
-TEST(BitmapScan, MemoryModeHandsOverTheWantedStream) {
+TEST(SizedStreamScan, MemoryModeHandsOverTheWantedStream) {
   for (const Row& row : Rows()) {
     SCOPED_TRACE(row.sample.source);
     const pix::ConverterFn fn = ScannerFor(row.sample.target);
@@ -100,7 +102,7 @@ TEST(BitmapScan, MemoryModeHandsOverTheWantedStream) {
 
 // The counting exports agree with the scanners where they mean to count the
 // same pictures; the rows' counts show where their rules differ on purpose.
-TEST(BitmapScan, CountingExportsGiveTheirOwnCounts) {
+TEST(SizedStreamScan, CountingExportsGiveTheirOwnCounts) {
   int checked = 0;
   for (const Row& row : Rows()) {
     SCOPED_TRACE(row.sample.source);
@@ -123,7 +125,7 @@ TEST(BitmapScan, CountingExportsGiveTheirOwnCounts) {
 }
 
 // The ".tsk" preview: no XAR picture, so the bitmap scanner's first stream.
-TEST(BitmapScan, ThemePreviewIsTheFirstBitmap) {
+TEST(SizedStreamScan, ThemePreviewIsTheFirstBitmap) {
   for (const Row& row : Rows()) {
     if (!row.sample.source.ends_with(".tsk")) continue;
     unsigned char* block = nullptr;
@@ -135,7 +137,7 @@ TEST(BitmapScan, ThemePreviewIsTheFirstBitmap) {
 }
 
 // Headers that would not move the scan on, and sources with nothing in them.
-TEST(BitmapScan, DegenerateSourcesEndTheScan) {
+TEST(SizedStreamScan, DegenerateSourcesEndTheScan) {
   pixtest::Scratch s;
   struct Case {
     const char* name;
