@@ -11,14 +11,12 @@ int GpbToTga(const ConvertCall&) { return 0; }
 int Dc2ToTga(const ConvertCall&) { return 0; }
 int BinToGif(const ConvertCall&) { return 0; }
 int CbmFbmToSun(const ConvertCall&) { return 0; }
-int ScmToWav(const ConvertCall&) { return 0; }
 int BmpToPms(const ConvertCall&) { return 0; }
 int RadianceToPict(const ConvertCall&) { return 0; }
 int GifToJif(const ConvertCall&) { return 0; }
 int ItgToPbm(const ConvertCall&) { return 0; }
 int PgcToPbm(const ConvertCall&) { return 0; }
 int PicToPcx(const ConvertCall&) { return 0; }
-int AviToWav(const ConvertCall&) { return 0; }
 int AmiToKoala(const ConvertCall&) { return 0; }
 int PixToXpm(const ConvertCall&) { return 0; }
 int PixToJpeg(const ConvertCall&) { return 0; }

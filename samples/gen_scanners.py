@@ -1,5 +1,6 @@
-"""Writes the samples of the bitmap and packed-bitmap stream scanners into
-this folder and lists them in scanners.list.
+"""Writes the samples of the bitmap, packed-bitmap, presentation PNG and
+sound scanners and of the AVI sound route into this folder and lists them in
+scanners.list.
 
 Every embedded picture is a real bitmap file written by ImageMagick or
 netpbm. Containers place them at awkward spots: the first byte, across a
@@ -177,6 +178,45 @@ sample("scanners_show.pps", "show.png", [OLE, picture_record(GRAD_PNG, 1), ("png
        "decoder=pngtopnm ref=ref/scanners_show.png result=1 "
        "bad=%d:4f bad=cut:%d bad=%d:7ffffff0" % (len(OLE) + 25, len(OLE) + 25 + len(GRAD_PNG) - 6, len(OLE) + 33))
 write(os.path.join("ref", "scanners_show.png"), GRAD_PNG)
+
+# Sound: AVIs muxed by ffmpeg around a tone made by sox (PCM, and IMA ADPCM
+# kept as it is); each row names the WAV whose samples the written file must
+# hold (sound=). A map holding plain RIFF WAVE files, the last one cut short
+# by the end of the file, and a RIFF that is no sound.
+TMP = os.path.join(HERE, "ref", "scanners_tmp.wav")
+run(["sox", "-D", "-n", "-r", "8000", "-c", "1", "-b", "16", TMP, "synth", "1", "sine", "440"])
+BEEP = open(TMP, "rb").read()
+BITEXACT = ["-fflags", "+bitexact", "-flags:v", "+bitexact", "-flags:a", "+bitexact"]
+
+
+def avi(name, codec):
+    path = os.path.join(HERE, name)
+    run(["ffmpeg", "-v", "error", "-y", "-f", "lavfi", "-i", "testsrc=duration=1:size=32x24:rate=5", "-i", TMP,
+         "-c:v", "rawvideo", "-pix_fmt", "bgr24", "-c:a", codec, *BITEXACT, path])
+    return open(path, "rb").read()
+
+
+avi("scanners_clip.avi", "copy")
+write(os.path.join("ref", "scanners_clip.wav"), BEEP)
+rows.append("scanners_clip.avi clip.wav sound=ref/scanners_clip.wav result=1 bad=cut:200 bad=8:58585858")
+avi("scanners_adpcm.avi", "adpcm_ima_wav")
+run(["ffmpeg", "-v", "error", "-y", "-i", os.path.join(HERE, "scanners_adpcm.avi"), "-vn", "-c:a", "copy", *BITEXACT,
+     os.path.join(HERE, "ref", "scanners_adpcm.wav")])
+rows.append("scanners_adpcm.avi adpcm.wav sound=ref/scanners_adpcm.wav result=1")
+
+run(["sox", "-D", "-n", "-r", "11025", "-c", "2", "-b", "8", TMP, "synth", "0.3", "square", "300"])
+CHORD = open(TMP, "rb").read()
+run(["sox", "-D", "-n", "-r", "8000", "-c", "1", "-b", "16", TMP, "synth", "0.1", "sine", "880"])
+SHORT = open(TMP, "rb").read()
+os.remove(TMP)
+parts = [b"MPQ\x1a" + struct.pack("<I", 32) + bytes(24), filler(1000, 50), ("wav", BEEP), filler(77, 51)]
+parts += [b"RIFF" + struct.pack("<I", 100) + b"AVI LIST" + filler(92, 52)]
+parts += [pad_to(parts, 4096, 6), ("wav", CHORD), filler(300, 53)]
+data, streams = build(parts)
+cut = SHORT[:len(SHORT) // 2]
+write("scanners_map.scm", data + cut)
+streams.append("%d+%d" % (len(data), len(cut)))
+rows.append("scanners_map.scm map.wav result=3 streams=" + ",".join(streams))
 
 with open(os.path.join(HERE, "scanners.list"), "w") as f:
     f.write("\n".join(rows) + "\n")
