@@ -76,6 +76,5 @@ int PatToPpm(const ConvertCall&) { return 0; }
 int YuvToPpm(const ConvertCall&) { return 0; }
 int B3dToPpm(const ConvertCall&) { return 0; }
 int CmpToTiff(const ConvertCall&) { return 0; }
-int BmzToBmp(const ConvertCall&) { return 0; }
 
 }  // namespace pix

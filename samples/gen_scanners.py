@@ -218,5 +218,47 @@ write("scanners_map.scm", data + cut)
 streams.append("%d+%d" % (len(data), len(cut)))
 rows.append("scanners_map.scm map.wav result=3 streams=" + ",".join(streams))
 
+# Compressed bitmaps for the ".bmz" preview: one bitmap wrapped by gzip, by
+# zlib, in ZIP archives (stored; deflated beside another member; streamed
+# with a data descriptor) and a damaged copy. Not listed: only previews
+# reach them; the containers test reads them beside ref/scanners_wrap.bmp.
+import gzip
+import io
+import zipfile
+import zlib
+
+write(os.path.join("ref", "scanners_wrap.bmp"), ROSE24)
+write("scanners_wrap_gz.bmz", gzip.compress(ROSE24, mtime=0))
+write("scanners_wrap_zlib.bmz", zlib.compress(ROSE24, 9))
+
+
+def zipped(members, method, stream=False):
+    class Unseekable(io.RawIOBase):
+        def __init__(self):
+            self.data = bytearray()
+
+        def writable(self):
+            return True
+
+        def write(self, b):
+            self.data += b
+            return len(b)
+
+    sink = Unseekable() if stream else io.BytesIO()
+    with zipfile.ZipFile(sink, "w", method) as z:
+        for name, data in members:
+            info = zipfile.ZipInfo(name, (1999, 1, 1, 0, 0, 0))
+            info.compress_type = method
+            z.writestr(info, data)
+    return bytes(sink.data if stream else sink.getvalue())
+
+
+write("scanners_wrap_stored.bmz", zipped([("ROSE.BMP", ROSE24)], zipfile.ZIP_STORED))
+write("scanners_wrap_deflated.bmz", zipped([("readme.txt", b"a rose\n"), ("pics/rose.bmp", ROSE24)], zipfile.ZIP_DEFLATED))
+write("scanners_wrap_stream.bmz", zipped([("-", ROSE24)], zipfile.ZIP_DEFLATED, stream=True))
+bad = bytearray(gzip.compress(ROSE24, mtime=0))
+bad[len(bad) // 2] ^= 0xFF
+write("scanners_wrap_damaged.bmz", bytes(bad))
+
 with open(os.path.join(HERE, "scanners.list"), "w") as f:
     f.write("\n".join(rows) + "\n")

@@ -197,4 +197,30 @@ TEST(SoundRoutes, AviSoundHoldsTheTrackSamples) {
   EXPECT_GE(checked, 2);
 }
 
+// One bitmap wrapped by gzip, zlib and ZIP (stored, deflated beside another
+// member, streamed with a data descriptor): the ".bmz" preview hands over
+// the bitmap itself; a damaged stream gives nothing.
+TEST(CompressedBitmap, PreviewUnpacksEveryWrapper) {
+  const std::string dir = std::string(pixtest::kSourceDir) + "/samples/";
+  const Bytes bmp = pixtest::ReadFile(dir + "ref/scanners_wrap.bmp");
+  ASSERT_GT(bmp.size(), 1000u);
+  for (const char* wrap : {"gz", "zlib", "stored", "deflated", "stream"}) {
+    const std::string src = dir + "scanners_wrap_" + wrap + ".bmz";
+    SCOPED_TRACE(src);
+    unsigned char* block = nullptr;
+    const int n = seeMISC(src.c_str(), &block);
+    EXPECT_EQ(pixtest::TakeBlock(block, n), bmp);
+  }
+  unsigned char* block = nullptr;
+  EXPECT_EQ(seeMISC((dir + "scanners_wrap_damaged.bmz").c_str(), &block), 0);
+  EXPECT_EQ(block, nullptr);
+  // A bitmap cut short inside its wrapper is no bitmap either.
+  pixtest::Scratch s;
+  Bytes cut = pixtest::ReadFile(dir + "scanners_wrap_zlib.bmz");
+  cut.resize(cut.size() / 2);
+  pixtest::WriteFile(s.path("cut.bmz"), cut);
+  EXPECT_EQ(seeMISC(s.path("cut.bmz").c_str(), &block), 0);
+}
+
 }  // namespace
+
