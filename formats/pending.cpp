@@ -21,7 +21,6 @@ int AmiToKoala(const ConvertCall&) { return 0; }
 int PixToXpm(const ConvertCall&) { return 0; }
 int PixToJpeg(const ConvertCall&) { return 0; }
 int SddToJpeg(const ConvertCall&) { return 0; }
-int IcnsToPng(const ConvertCall&) { return 0; }
 int HtaNctToPng(const ConvertCall&) { return 0; }
 int FpgToPng(const ConvertCall&) { return 0; }
 int SkpSxdToPng(const ConvertCall&) { return 0; }

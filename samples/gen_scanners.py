@@ -260,5 +260,35 @@ bad = bytearray(gzip.compress(ROSE24, mtime=0))
 bad[len(bad) // 2] ^= 0xFF
 write("scanners_wrap_damaged.bmz", bytes(bad))
 
+# Apple icon families: one written by png2icns (run-length packed 24-bit
+# members with 8-bit masks, 16, 32 and 48 pixels), one put together here
+# from PNG members stored whole beside a smaller packed one.
+def logo_png(side, holes):
+    return magick("logo:", "-resize", "%dx%d!" % (side, side), "-alpha", "set", "-channel", "A", "-fx",
+                  "(i+j)%%%d==0?0:1" % holes, "+channel", "-depth", "8",
+                  "-define", "png:exclude-chunks=date,time", "PNG32:-")
+
+
+pngs = []
+for side in (16, 32, 48):
+    path = os.path.join(HERE, "ref", "scanners_tmp%d.png" % side)
+    write(path, logo_png(side, 5))
+    pngs.append(path)
+run(["png2icns", os.path.join(HERE, "scanners_logo.icns"), *pngs])
+os.replace(pngs[-1], os.path.join(HERE, "ref", "scanners_logo.png"))
+for p in pngs[:-1]:
+    os.remove(p)
+rows.append("scanners_logo.icns logo.png decoder=pngtopnm ref=ref/scanners_logo.png result=1 "
+            "bad=0:69636e74 bad=cut:300 bad=12:7ffffff0")
+
+ICON32 = run(["pnmtopng"], magick("rose:", "-resize", "32x32!", "ppm:-"))
+ICON16 = run(["pnmtopng"], magick("rose:", "-resize", "16x16!", "ppm:-"))
+small = open(os.path.join(HERE, "scanners_logo.icns"), "rb").read()
+is32 = small[8:8 + struct.unpack(">I", small[12:16])[0]]
+elements = b"".join(t + struct.pack(">I", len(d) + 8) + d for t, d in ((b"icp4", ICON16), (b"ic11", ICON32))) + is32
+write("scanners_icon.icns", b"icns" + struct.pack(">I", len(elements) + 8) + elements)
+write(os.path.join("ref", "scanners_icon.png"), ICON32)
+rows.append("scanners_icon.icns icon.png decoder=pngtopnm ref=ref/scanners_icon.png result=1")
+
 with open(os.path.join(HERE, "scanners.list"), "w") as f:
     f.write("\n".join(rows) + "\n")

@@ -222,5 +222,24 @@ TEST(CompressedBitmap, PreviewUnpacksEveryWrapper) {
   EXPECT_EQ(seeMISC(s.path("cut.bmz").c_str(), &block), 0);
 }
 
+// Icon families: the packed 24-bit rendition takes its transparency from its
+// 8-bit mask (Pillow compares RGBA with png2icns's input); a PNG member is
+// handed over as it is stored.
+TEST(IconFamily, LargestRenditionWithItsMask) {
+  const std::string dir = std::string(pixtest::kSourceDir) + "/samples/";
+  pixtest::Scratch s;
+  ASSERT_EQ(pixMISC((dir + "scanners_logo.icns").c_str(), s.path("logo.png").c_str()), 1);
+  const std::string rgba = std::string(pixtest::kPython) +
+                           " -c \"import sys; from PIL import Image; "
+                           "sys.stdout.buffer.write(Image.open(sys.argv[1]).convert('RGBA').tobytes())\" ";
+  const auto ours = pixtest::Run(rgba + pixtest::Quote(s.path("logo.png")));
+  const auto want = pixtest::Run(rgba + pixtest::Quote(dir + "ref/scanners_logo.png"));
+  EXPECT_EQ(ours.status, 0) << ours.err;
+  EXPECT_EQ(want.out.size(), 48u * 48 * 4);
+  EXPECT_TRUE(ours.out == want.out);
+  ASSERT_EQ(pixMISC((dir + "scanners_icon.icns").c_str(), s.path("icon.png").c_str()), 1);
+  EXPECT_EQ(pixtest::ReadFile(s.path("icon.png")), pixtest::ReadFile(dir + "ref/scanners_icon.png"));
+}
+
 }  // namespace
 
