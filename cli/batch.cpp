@@ -23,6 +23,7 @@
 #include <fstream>
 #include <map>
 #include <mutex>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -322,12 +323,13 @@ std::vector<Job> WalkJobs(const Options& o) {
 
 std::vector<Job> PlanJobs(const Options& o) {
   std::vector<Job> jobs;
+  std::set<std::pair<std::string, std::string>> seen;  // a row listed twice converts once
   std::ifstream in(o.plan);
   std::string line;
   while (std::getline(in, line)) {
     std::istringstream words(line);
     std::string src, dst;
-    if (!(words >> src >> dst) || src[0] == '#') continue;
+    if (!(words >> src >> dst) || src[0] == '#' || !seen.insert({src, dst}).second) continue;
     fs::path s = o.src / src;
     jobs.push_back({s, o.out / s.filename(), dst});
   }

@@ -1,10 +1,13 @@
 // Amstrad CPC screens: dumps built here in each mode, with and without a
-// file palette, read back from our TIFF by libtiff.
+// file palette, read back from our TIFF by libtiff; the GIF route of the
+// same screens.
 #include <gtest/gtest.h>
 
 #include <array>
+#include <filesystem>
 
 #include "common/call.h"
+#include "pixmisc.h"
 #include "retro/cpc_screen.h"
 #include "retro/retro.h"
 #include "retro_support.h"
@@ -114,6 +117,26 @@ TEST(CpcScreen, Failures) {
   call.source = src.c_str();
   call.target = badTarget.c_str();
   EXPECT_EQ(pix::CpcScreenToTiff(call), 1);
+}
+
+}  // namespace
+
+namespace {
+
+// The GIF route takes any file without an extension as a screen: an empty one
+// is a blank screen in pen 0 (firmware blue, 00 00 80); a missing one is nothing.
+TEST(CpcScreen, GifOfAnEmptyDumpIsBlank) {
+  PIX_REQUIRE_TOOL("giftopnm");
+  pixtest::Scratch dir;
+  pixtest::WriteFile(dir.path("screen"), Bytes());
+  ASSERT_EQ(pixMISC(dir.path("screen").c_str(), dir.path("screen.gif").c_str()), 1);
+  const pixtest::Pnm p = pixtest::DecodeWith("giftopnm", dir.path("screen.gif"));
+  ASSERT_EQ(p.width, 320);
+  ASSERT_EQ(p.height, 200);
+  for (std::size_t i = 0; i < p.samples.size(); i += 3)
+    ASSERT_TRUE(p.samples[i] == 0 && p.samples[i + 1] == 0 && p.samples[i + 2] == 0x80) << i;
+  EXPECT_EQ(pixMISC(dir.path("missing").c_str(), dir.path("missing.gif").c_str()), 0);
+  EXPECT_FALSE(std::filesystem::exists(dir.path("missing.gif")));
 }
 
 }  // namespace

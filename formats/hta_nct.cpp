@@ -1,0 +1,86 @@
+// Hemera thumbnail archives (.hta) and Nero CoverDesigner templates (.nct):
+// PNG pictures stored whole inside a binary container. Every PNG is copied,
+// bytes unchanged, to "<source name>_%04d.png" beside the target, numbered
+// from 1; the result is the number written.
+// - .hta: "\x89HTA\r\n\x1a\n", a 32-bit version (100), a member count N and
+//   N (offset, length) pairs, all little-endian; the members are picture
+//   files back to back. PNG members are copied, others (JPEG) skipped, and a
+//   member outside the file is passed over.
+// - .nct (and an .hta without its signature): the layout is not documented;
+//   PNG streams are found by their signature and walked chunk by chunk to
+//   IEND. A stream cut short is dropped.
+#include <cstdint>
+
+#include "common/files.h"
+#include "common/reader.h"
+#include "common/series.h"
+#include "formats/embedded_pictures.h"
+#include "formats/formats.h"
+
+namespace pix {
+namespace {
+
+constexpr std::size_t kMaxSource = std::size_t(256) << 20;
+constexpr int kMaxPictures = 10000;
+
+bool HasArchiveSignature(const ByteReader& r) {
+  static const std::uint8_t kSignature[8] = {0x89, 'H', 'T', 'A', 0x0D, 0x0A, 0x1A, 0x0A};
+  for (std::size_t i = 0; i < 8; ++i)
+    if (r.at(i) != kSignature[i]) return false;
+  return r.has(0, 16);
+}
+
+bool Copy(Series& series, const ByteReader& png) {
+  return series.add([&](Sink& s) { return s.write(png.data(), png.size()); });
+}
+
+// The member table; false when the archive is not sound enough to walk.
+bool CopyMembers(const ByteReader& r, Series& series) {
+  const std::uint64_t count = r.u32leAt(12);
+  const std::uint64_t tableEnd = 16 + 8 * count;
+  if (count == 0 || tableEnd > r.size()) return false;
+  for (std::uint64_t i = 0; i < count && i < kMaxPictures && !series.done(); ++i) {
+    const std::uint64_t offset = r.u32leAt(16 + 8 * i), length = r.u32leAt(20 + 8 * i);
+    if (offset < tableEnd || length == 0 || offset + length > r.size()) continue;
+    const ByteReader member = r.sub(offset, length);
+    if (!IsPngSignature(member, 0)) continue;
+    const std::size_t png = PngStreamLength(member, 0);
+    if (png == 0) continue;
+    if (!Copy(series, member.sub(0, png))) break;
+  }
+  return true;
+}
+
+void ScanForPngs(const ByteReader& r, Series& series) {
+  int found = 0;
+  for (std::size_t at = FindBytes(r, 0, "\x89PNG"); at != kNotFound && found < kMaxPictures && !series.done() && ScanBudgetLeft();) {
+    const std::size_t length = PngStreamLength(r, at);
+    if (length == 0) {
+      at = FindBytes(r, at + 1, "\x89PNG");
+      continue;
+    }
+    ++found;
+    if (!Copy(series, r.sub(at, length))) return;
+    at = FindBytes(r, at + length, "\x89PNG");
+  }
+}
+
+}  // namespace
+
+int HtaNctToPng(const ConvertCall& call) {
+  if (call.memoryMode() && !call.out) return 0;
+  InFile in(call.source);
+  if (!in) return 0;
+  FileWindow window(in);
+  if (!window.load(0, kMaxSource)) return 0;
+  const ByteReader r = window.reader();
+  Series series(call, "_%04d.png");
+  if (HasArchiveSignature(r)) {
+    if (!CopyMembers(r, series)) return 0;
+  } else {
+    ScanForPngs(r, series);
+  }
+  return series.finish();
+}
+
+}  // namespace pix
