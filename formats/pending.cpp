@@ -4,9 +4,6 @@
 
 namespace pix {
 
-int ScmToWav(const ConvertCall&) { return 0; }
-int AviToWav(const ConvertCall&) { return 0; }
-int IcnsToPng(const ConvertCall&) { return 0; }
 // ".pig" pictures are named after a Ricoh scanner's files, but no description or
 // sample of their layout is known; the Descent texture archives of the same
 // extension are not single pictures. Nothing is recognised.
@@ -17,6 +14,5 @@ int MtxToPpm(const ConvertCall&) { return 0; }
 // Picture-bearing ".b3d" files are known by name only; Blitz3D models ("BB3D")
 // and QuickDraw 3D metafiles ("3DMF") of that extension hold no picture.
 int B3dToPpm(const ConvertCall&) { return 0; }
-int BmzToBmp(const ConvertCall&) { return 0; }
 
 }  // namespace pix
