@@ -119,6 +119,7 @@ int Convert(const char* src, const char* dst) {
   std::printf("files written: %zu\n", written.size());
   for (const auto& n : written) std::printf("  %s\n", (dir / n).string().c_str());
   bool ok = zeroIsSuccess ? result == 0 : result > 0;
+  std::fflush(stdout);  // the report first, then what went wrong
   if (!empty.empty()) {
     std::string names;
     for (const auto& n : empty) names += " " + (dir / n).string();
