@@ -121,7 +121,7 @@ TEST(RealFiles, AnimationsGiveEveryFramePillowGives) {
 // ---------------------------------------------------------------- SWF
 
 // The picture bytes a defining tag holds (code 6 and 21 after the id, code 35
-// its JPEG part), decoded by Pillow to a PPM file.
+// its JPEG bytes before the alpha data), decoded by Pillow to a PPM file.
 const char* const kPillowSwfPicture = R"(
 import io, struct, sys, zlib
 from PIL import Image
