@@ -21,20 +21,9 @@ namespace fs = std::filesystem;
 using pixtest::Bytes;
 using pixtest::Scratch;
 
-fs::path RealDir() {
-  if (const char* dir = std::getenv("PIXMISC_REALWORLD_DIR")) return dir;
-  return fs::path(pixtest::kSourceDir).parent_path() / "shared" / "realworld";
-}
-
-// The path of a real file, or "" when the folder is absent.
-std::string RealFile(const std::string& name) {
-  const fs::path p = RealDir() / name;
-  return fs::exists(p) ? p.string() : std::string();
-}
-
-#define PIX_REAL_FILE(var, name)                                                        \
-  const std::string var = RealFile(name);                                               \
-  if (var.empty()) GTEST_SKIP() << "no real files in " << RealDir().string() << " (" << (name) << ")"
+#define PIX_REAL_FILE(var, name)                \
+  const std::string var = pixtest::RealWorldFile(name); \
+  if (var.empty()) GTEST_SKIP() << "no real files in " << pixtest::RealWorldDir().string() << " (" << (name) << ")"
 
 // Runs a Python script (Debian's Python, with Pillow and olefile) with
 // arguments; the test fails when it does.

@@ -188,6 +188,16 @@ Pnm DecodeWith(const std::string& tool, const std::string& path) {
   return pnm;
 }
 
+fs::path RealWorldDir() {
+  if (const char* dir = std::getenv("PIXMISC_REALWORLD_DIR")) return dir;
+  return fs::path(kSourceDir).parent_path() / "shared" / "realworld";
+}
+
+std::string RealWorldFile(const std::string& name) {
+  const fs::path p = RealWorldDir() / name;
+  return fs::exists(p) ? p.string() : std::string();
+}
+
 Bytes TakeBlock(unsigned char* block, int size) {
   Bytes b;
   if (block && size > 0) b.assign(block, block + size);
