@@ -1,18 +1,14 @@
 // OLE2 compound files read through libolecf: the root storage's named
 // streams, and every stream of the file depth first. A stream is read whole
 // only when its declared size fits in the file (a real stream never exceeds
-// it), and all reading of one call stays within its allowance. Directories
-// far larger or deeper than real files have are not handed to the library.
+// it), and all reading of one call stays within its allowance. A file whose
+// structure does not hold together (compound_check.cpp) is not handed to the
+// library.
 #include "extract/compound_file.h"
 
 #include <libolecf.h>
 
-#include <algorithm>
 #include <cstring>
-#include <utility>
-#include <vector>
-
-#include "common/reader.h"
 
 namespace pix {
 namespace {
@@ -33,103 +29,6 @@ void Drop(libolecf_error_t*& error) {
   if (error) libolecf_error_free(&error);
   error = nullptr;
 }
-
-// The library builds the directory tree recursively, in time that grows with
-// the square of the number of entries: a crafted directory of tens of
-// thousands of entries takes minutes, and a chain of them runs the stack out.
-// A directory is handed to it only when it has the size and depth of real
-// files (a thumbnail cache of some four thousand pictures).
-constexpr std::uint32_t kMaxEntries = 4096;
-constexpr int kMaxTreeDepth = 96;
-constexpr std::uint32_t kEndOfChain = 0xFFFFFFFE, kNoEntry = 0xFFFFFFFF;
-constexpr std::size_t kHeaderFatSectors = 109;
-
-class DirectoryCheck {
- public:
-  explicit DirectoryCheck(const char* path) : in_(path) {}
-
-  bool tame() {
-    std::uint8_t head[512];
-    if (!in_ || in_.read(head, sizeof head) != sizeof head) return false;
-    const ByteReader h(head, sizeof head);
-    const unsigned shift = h.u16leAt(30);
-    if (shift != 9 && shift != 12) return false;
-    sector_ = std::size_t(1) << shift;
-    // The allocation table's sectors: as many as the header says, and no
-    // more than the file's sectors need. Those beyond the header's 109 are
-    // listed in a chain of sectors whose last word names the next one.
-    const std::uint64_t sectors = static_cast<std::uint64_t>(std::max<std::int64_t>(in_.size(), 0)) / sector_;
-    const std::size_t fatCount =
-        static_cast<std::size_t>(std::min<std::uint64_t>(h.u32leAt(44), sectors / (sector_ / 4) + 1));
-    for (std::size_t i = 0; i < kHeaderFatSectors && fatSectors_.size() < fatCount; ++i)
-      fatSectors_.push_back(h.u32leAt(76 + 4 * i));
-    std::uint32_t next = h.u32leAt(68);
-    while (next < kEndOfChain && fatSectors_.size() < fatCount) {
-      Bytes words;
-      if (!readSector(next, words)) return false;
-      const ByteReader w(words);
-      for (std::size_t i = 0; i + 4 < sector_ && fatSectors_.size() < fatCount; i += 4) fatSectors_.push_back(w.u32leAt(i));
-      next = w.u32leAt(sector_ - 4);
-    }
-    return readDirectory(h.u32leAt(48)) && shallow();
-  }
-
- private:
-  bool readSector(std::uint32_t sector, Bytes& out) {
-    out.assign(sector_, 0);
-    const std::int64_t at = (static_cast<std::int64_t>(sector) + 1) * static_cast<std::int64_t>(sector_);
-    return in_.seekSet(at) && in_.read(out.data(), sector_) == sector_;
-  }
-
-  bool nextSector(std::uint32_t sector, std::uint32_t& next) {
-    const std::size_t perSector = sector_ / 4;
-    const std::size_t index = sector / perSector;
-    if (index >= fatSectors_.size()) return false;
-    std::uint8_t word[4];
-    const std::int64_t at = (static_cast<std::int64_t>(fatSectors_[index]) + 1) * static_cast<std::int64_t>(sector_) +
-                            static_cast<std::int64_t>(4 * (sector % perSector));
-    if (fatSectors_[index] >= kEndOfChain || !in_.seekSet(at) || in_.read(word, 4) != 4) return false;
-    next = ByteReader(word, 4).u32leAt(0);
-    return true;
-  }
-
-  // The left, right and child links of every entry, following the
-  // directory's sector chain; false when it is longer than kMaxEntries.
-  bool readDirectory(std::uint32_t sector) {
-    while (sector < kEndOfChain) {
-      if (links_.size() / 3 + sector_ / 128 > kMaxEntries) return false;
-      Bytes entries;
-      if (!readSector(sector, entries)) return false;
-      const ByteReader e(entries);
-      for (std::size_t at = 0; at + 128 <= sector_; at += 128)
-        for (std::size_t k = 0; k < 3; ++k) links_.push_back(e.u32leAt(at + 68 + 4 * k));
-      if (!nextSector(sector, sector)) return false;
-    }
-    return !links_.empty();
-  }
-
-  // No path from the root through left, right and child links is longer
-  // than kMaxTreeDepth, and no entry is reached twice.
-  bool shallow() const {
-    const std::size_t count = links_.size() / 3;
-    std::vector<bool> seen(count, false);
-    std::vector<std::pair<std::uint32_t, int>> stack{{0u, 0}};
-    while (!stack.empty()) {
-      const auto [entry, depth] = stack.back();
-      stack.pop_back();
-      if (entry == kNoEntry || entry >= count) continue;
-      if (seen[entry] || depth > kMaxTreeDepth) return false;
-      seen[entry] = true;
-      for (std::size_t k = 0; k < 3; ++k) stack.push_back({links_[3 * entry + k], depth + 1});
-    }
-    return true;
-  }
-
-  InFile in_;
-  std::size_t sector_ = 512;
-  std::vector<std::uint32_t> fatSectors_;
-  std::vector<std::uint32_t> links_;  // left, right, child of each entry
-};
 
 }  // namespace
 
@@ -231,7 +130,7 @@ CompoundFile::~CompoundFile() = default;
 bool CompoundFile::open(const char* path) {
   impl_.reset();
   if (!LooksLikeCompoundFile(path)) return false;
-  if (!DirectoryCheck(path).tame()) return false;
+  if (!CompoundStructureSound(path)) return false;
   auto impl = std::make_unique<Impl>();
   {
     InFile in(path);

@@ -16,6 +16,10 @@ namespace pix {
 // True when the file begins with the compound-file signature.
 bool LooksLikeCompoundFile(const char* path);
 
+// True when its header, tables and directory hold together and the directory
+// has the size and depth of real files: only such files go to the library.
+bool CompoundStructureSound(const char* path);
+
 class CompoundFile {
  public:
   CompoundFile();
