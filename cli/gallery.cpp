@@ -78,7 +78,9 @@ bool Thumbnail(const std::string&, const std::string&) { return false; }
 
 void WriteGallery(const std::string& outDir, const std::vector<FileReport>& files) {
 #ifdef PIXMISC_HAVE_MAGICK
-  MagickCoreGenesis("pixmisc", MagickFalse);
+  // started once per process (the library's Radiance route may have done so
+  // already) and left running for the conversions that may follow
+  if (IsMagickCoreInstantiated() == MagickFalse) MagickCoreGenesis("pixmisc", MagickFalse);
 #endif
   const fs::path thumbs = fs::path(outDir) / "thumbs";
   std::error_code ec;
@@ -119,9 +121,6 @@ void WriteGallery(const std::string& outDir, const std::vector<FileReport>& file
     }
   }
   html << "</body></html>\n";
-#ifdef PIXMISC_HAVE_MAGICK
-  MagickCoreTerminus();
-#endif
 }
 
 }  // namespace pixcli

@@ -232,17 +232,13 @@ int BdfToXbm(const ConvertCall& call) {
   const int cannotOpen = memory ? 0 : 1;
   InFile src(call.source);
   if (!src) return cannotOpen;
-  Sink out;
-  if (memory ? !out.openMemory() : !out.open(call.target)) return cannotOpen;
-
   BdfState s;
   s.src = &src;
   Parse(s);
   src.close();
-  if (s.failed) {
-    out.close();
-    return memory ? 0 : 1;
-  }
+  if (s.failed) return memory ? 0 : 1;  // a font that does not parse leaves no file
+  Sink out;
+  if (memory ? !out.openMemory() : !out.open(call.target)) return cannotOpen;
   if (!s.sheet.empty()) WriteSheet(out, s, call.source);
   if (memory) return out.release(call.out);
   out.close();

@@ -7,6 +7,7 @@
 #include "common/reader.h"
 #include "common/series.h"
 #include "formats/formats.h"
+#include "formats/gem_image.h"
 
 namespace pix {
 namespace {
@@ -113,11 +114,13 @@ bool Decode(const ByteReader& file, Image& img) {
 
 }  // namespace
 
+bool ReadGemImage(const Bytes& data, Image& img) { return Decode(ByteReader(data), img); }
+
 int ImgToBmp(const ConvertCall& call) {
   Bytes bytes;
   if (!call.source || !ReadWholeFile(call.source, bytes)) return 0;
   Image img;
-  if (!Decode(ByteReader(bytes), img)) return 0;
+  if (!ReadGemImage(bytes, img)) return 0;
   return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img); });
 }
 

@@ -2,8 +2,8 @@
 // characters, one per cell, taken from a caller-given string ordered dark to
 // light by the cell's brightness (a pixel value over 255, whatever the file's
 // maximum). Rows end in "\r\n". Returns 1 when the text was written, 0
-// otherwise; the target is created before the picture is read, so a source
-// that is not a binary PGM leaves it empty.
+// otherwise; the target is created only once the picture has been read, so a
+// source that is not a binary PGM leaves no file behind.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -102,15 +102,12 @@ double CellValue(const GreyPicture& p, bool average, long long r, long long c, l
 extern "C" int PGMtoASCII(const char* source, const char* target, int /*unused*/, int average, int invert,
                           int columns, int rows, const char* chars) {
   using namespace pix;
-  InFile probe(source);
-  if (!probe) return 0;
-  probe.close();
-  Sink out;
-  if (!target || !*target || !out.open(target)) return 0;  // a text file is the only output
-
+  if (!target || !*target) return 0;  // a text file is the only output
   Bytes data;
   GreyPicture pic;
-  if (!ReadWholeFile(source, data) || !ReadPgm(data, pic)) return 0;
+  if (!source || !ReadWholeFile(source, data) || !ReadPgm(data, pic)) return 0;
+  Sink out;
+  if (!out.open(target)) return 0;
 
   long long cols = 80, lines = 80;
   if (columns > 0 && rows > 0) {

@@ -2,8 +2,4 @@
 // nothing, writes nothing and returns 0.
 #include "vector/vector.h"
 
-namespace pix {
-
-int AffToWmf(const ConvertCall&) { return 0; }
-
-}  // namespace pix
+namespace pix {}  // namespace pix

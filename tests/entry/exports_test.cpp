@@ -1,4 +1,7 @@
 // The shared library's face: exactly the exports, and the tool built on it.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <set>
 #include <sstream>
 
@@ -76,7 +79,27 @@ TEST(Cli, ConvertWithoutRouteFails) {
   pixtest::RunResult r = pixtest::Run(std::string(pixtest::kCli) + " convert " + pixtest::Quote(s.path("a.xyz")) + " " +
                              pixtest::Quote(s.path("b.jpg")));
   EXPECT_EQ(r.status, 1);
-  EXPECT_NE(r.err.find("no route"), std::string::npos);
+  EXPECT_NE(r.err.find("no route from .xyz to .jpg"), std::string::npos) << r.err;
+}
+
+// The tool says why nothing was converted where it can tell, and names
+// converters as the route table does.
+TEST(Cli, ConvertSaysWhyAndNamesTheConverter) {
+  pixtest::Scratch s;
+  const std::string cli = std::string(pixtest::kCli) + " convert ";
+  pixtest::RunResult r = pixtest::Run(cli + pixtest::Quote(s.path("absent.ppt")) + " " + pixtest::Quote(s.path("a.jpg")));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("cannot open " + s.path("absent.ppt") + ": No such file or directory"), std::string::npos) << r.err;
+  const std::string slides = std::string(pixtest::kSourceDir) + "/samples/jpeg_slides.ppt";
+  r = pixtest::Run(cli + pixtest::Quote(slides) + " " + pixtest::Quote(s.path("missing/a.jpg")));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("the target folder does not exist"), std::string::npos) << r.err;
+  r = pixtest::Run(cli + pixtest::Quote(slides) + " " + pixtest::Quote(s.path("a.jpg")));
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("route: 94 (PPTtoJPG)"), std::string::npos) << r.out;
+  const std::string list = pixtest::Run(std::string(pixtest::kCli) + " routes").out;
+  EXPECT_EQ(list.find("Route"), std::string::npos);  // no adapter's own name
+  EXPECT_NE(list.find(" PC1toIFF\n"), std::string::npos);
 }
 
 TEST(Cli, PreviewOfUnknownKindFails) {
@@ -89,3 +112,59 @@ TEST(Cli, PreviewOfUnknownKindFails) {
 }
 
 }  // namespace
+
+// The drawing route: libwmf renders our metafile of the sample drawing, and the
+// rendering must match the generator's own rasterisation of that drawing except
+// where anti-aliasing, curve flattening and the text's font differ.
+TEST(Drawing, MetafileRendersLikeTheDrawing) {
+  PIX_REQUIRE_TOOL("wmf2gd");
+  PIX_REQUIRE_TOOL("pngtopnm");
+  pixtest::Scratch s;
+  std::string src = std::string(pixtest::kSourceDir) + "/samples/targets_b_drawing.aff";
+  ASSERT_EQ(pixMISC(src.c_str(), s.path("drawing.wmf").c_str()), 1);
+  pixtest::Bytes wmf = pixtest::ReadFile(s.path("drawing.wmf"));
+  ASSERT_GT(wmf.size(), 40u);
+  std::uint16_t sum = 0;
+  for (int i = 0; i < 20; i += 2) sum ^= static_cast<std::uint16_t>(wmf[i] | wmf[i + 1] << 8);
+  EXPECT_EQ(sum, wmf[20] | wmf[21] << 8) << "placeable header checksum";
+  EXPECT_EQ(wmf[28] | wmf[29] << 8 | wmf[30] << 16 | wmf[31] << 24, static_cast<int>((wmf.size() - 22) / 2));
+
+  pixtest::RunResult r = pixtest::Run("wmf2gd -o " + pixtest::Quote(s.path("drawing.png")) + " " +
+                                      pixtest::Quote(s.path("drawing.wmf")));
+  ASSERT_EQ(r.status, 0) << r.err;
+  pixtest::Pnm got = pixtest::DecodeWith("pngtopnm -mix -background=white", s.path("drawing.png"));
+  pixtest::Pnm ref = pixtest::DecodeWith("pngtopnm", std::string(pixtest::kSourceDir) + "/samples/ref/targets_b_drawing.png");
+  ASSERT_EQ(got.width, ref.width);
+  ASSERT_EQ(got.height, ref.height);
+  ASSERT_EQ(got.channels, 3);
+  ASSERT_EQ(ref.channels, 3);
+  std::size_t differ = 0, pixels = static_cast<std::size_t>(ref.width) * static_cast<std::size_t>(ref.height);
+  for (std::size_t i = 0; i < pixels; ++i) {
+    int d = 0;
+    for (int c = 0; c < 3; ++c) d = std::max(d, std::abs(got.samples[i * 3 + c] - ref.samples[i * 3 + c]));
+    if (d > 48) ++differ;
+  }
+  std::printf("drawing: %zu of %zu pixels differ\n", differ, pixels);
+  EXPECT_LT(differ * 100, pixels * 3) << differ << " of " << pixels << " pixels differ";
+}
+
+TEST(Drawing, DamagedObjectsKeepWhatCameBefore) {
+  pixtest::Scratch s;
+  pixtest::Bytes good = pixtest::ReadFile(std::string(pixtest::kSourceDir) + "/samples/targets_b_drawing.aff");
+  ASSERT_GT(good.size(), 200u);
+  struct Case {
+    const char* what;
+    pixtest::Bytes bytes;
+    int result;
+  };
+  pixtest::Bytes cut = good, badSize = good;
+  cut.resize(good.size() - 7);      // the last object runs past the end: the rest is kept
+  badSize[44] = 0x03;               // the font table's size is no multiple of 4: nothing drawn
+  const Case cases[] = {{"cut", cut, 1}, {"size", badSize, 1}};
+  for (const Case& c : cases) {
+    std::string src = s.path(std::string(c.what) + ".aff"), dst = s.path(std::string(c.what) + ".wmf");
+    pixtest::WriteFile(src, c.bytes);
+    EXPECT_EQ(pixMISC(src.c_str(), dst.c_str()), c.result) << c.what;
+    EXPECT_EQ(pixtest::fs::exists(dst), c.result == 1) << c.what;
+  }
+}
