@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "common/budget.h"
 #include "common/files.h"
 #include "common/image.h"
 #include "common/paths.h"
@@ -279,38 +280,42 @@ int WalkFrames(InFile& in, int start, int count, Emit emit) {
 }  // namespace pix
 
 extern "C" int FLItoPPM(const char* source, const char* target, int frame, unsigned char** out) {
-  using namespace pix;
-  if (frame == -1) {
-    if (!target || !*target) return 0;
+  return pix::InCallScope(source, [&]() -> int {
+    using namespace pix;
+    if (frame == -1) {
+      if (!target || !*target) return 0;
+      InFile in(source);
+      if (!in) return 0;
+      const SplitPath t = Split(target);
+      return WalkFrames(in, 1, 0, [&](int f, const FliDecoder& dec, bool&) {
+        const std::string name = FormatPath("%s%s%s_%03d.ppm", t.drive.c_str(), t.dir.c_str(), t.name.c_str(), f);
+        Sink ppm;
+        if (name.empty() || !ppm.open(name.c_str())) return false;
+        dec.writePpm(ppm);
+        return ppm.close();
+      });
+    }
+    if (!out) return 0;
     InFile in(source);
     if (!in) return 0;
-    const SplitPath t = Split(target);
-    return WalkFrames(in, 1, 0, [&](int f, const FliDecoder& dec, bool&) {
-      const std::string name = FormatPath("%s%s%s_%03d.ppm", t.drive.c_str(), t.dir.c_str(), t.name.c_str(), f);
-      Sink ppm;
-      if (name.empty() || !ppm.open(name.c_str())) return false;
+    Sink ppm;
+    ppm.openMemory();
+    const int r = WalkFrames(in, frame, 1, [&](int, const FliDecoder& dec, bool& done) {
       dec.writePpm(ppm);
-      return ppm.close();
+      done = true;
+      return !ppm.failed();
     });
-  }
-  if (!out) return 0;
-  InFile in(source);
-  if (!in) return 0;
-  Sink ppm;
-  ppm.openMemory();
-  const int r = WalkFrames(in, frame, 1, [&](int, const FliDecoder& dec, bool& done) {
-    dec.writePpm(ppm);
-    done = true;
-    return !ppm.failed();
+    return r == 1 ? ppm.release(out) : 0;
   });
-  return r == 1 ? ppm.release(out) : 0;
 }
 
 extern "C" int get_nb_frames_from_flc(const char* path) {
-  pix::InFile in(path);
-  if (!in) return -1;
-  pix::FliHeader h;
-  if (pix::ReadFliHeader(in, h) != 0) return -1;
-  if (!pix::KnownMagic(h)) return 0;
-  return h.frames;
+  return pix::InCallScope(path, [&]() -> int {
+    pix::InFile in(path);
+    if (!in) return -1;
+    pix::FliHeader h;
+    if (pix::ReadFliHeader(in, h) != 0) return -1;
+    if (!pix::KnownMagic(h)) return 0;
+    return h.frames;
+  });
 }

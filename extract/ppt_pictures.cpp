@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "common/budget.h"
 #include "common/files.h"
 #include "common/paths.h"
 #include "common/reader.h"
@@ -139,20 +140,22 @@ using namespace pix;
 extern "C" {
 
 int PPTtoJPG(const char* source, const char* target, int wanted, unsigned char** out) {
-  const bool memory = !target || !*target;
-  if (memory && !out) return 0;
-  BlockSource src;
-  if (!src.open(source)) return 0;
-  src.seekSet(kPptFirstRecord);
-  PptWalk walk = WalkPptPictures(src, target, wanted, out);
-  if (walk.pictures > 0 || !LooksLikeCompoundFile(source)) return walk.result;
-  // No picture record in the flat walk: a compound file keeps its pictures in
-  // the "Pictures" stream, whose sectors need not follow offset 512.
-  CompoundFile file;
-  Bytes pictures;
-  if (!file.open(source) || !file.readStream("Pictures", pictures)) return walk.result;
-  src.openMemory(pictures.data(), pictures.size());
-  return WalkPptPictures(src, target, wanted, out).result;
+  return pix::InCallScope(source, [&]() -> int {
+    const bool memory = !target || !*target;
+    if (memory && !out) return 0;
+    BlockSource src;
+    if (!src.open(source)) return 0;
+    src.seekSet(kPptFirstRecord);
+    PptWalk walk = WalkPptPictures(src, target, wanted, out);
+    if (walk.pictures > 0 || !LooksLikeCompoundFile(source)) return walk.result;
+    // No picture record in the flat walk: a compound file keeps its pictures in
+    // the "Pictures" stream, whose sectors need not follow offset 512.
+    CompoundFile file;
+    Bytes pictures;
+    if (!file.open(source) || !file.readStream("Pictures", pictures)) return walk.result;
+    src.openMemory(pictures.data(), pictures.size());
+    return WalkPptPictures(src, target, wanted, out).result;
+  });
 }
 
 int compteFichiers_PPS_jpeg(const char* path) { return CountPpsStreams(path); }

@@ -5,6 +5,7 @@
 // interleaves the planes word by word; the ILBM body takes them line by line,
 // plane by plane. The memory form keeps two quirks of its own: each body word
 // gives only its first byte, and the colour bytes sit one byte late.
+#include "common/budget.h"
 #include "common/files.h"
 #include "common/paths.h"
 #include "common/reader.h"
@@ -99,5 +100,7 @@ int Convert(const char* source, const char* target, unsigned char** out) {
 }  // namespace pix
 
 extern "C" int PC1toIFF(const char* source, const char* target, unsigned char** out) {
-  return pix::Convert(source, target, out);
+  return pix::InCallScope(source, [&]() -> int {
+    return pix::Convert(source, target, out);
+  });
 }
