@@ -167,4 +167,9 @@ bool ScanBudgetLeft() {
   return !scope || !scope->exceeded();
 }
 
+bool LoadScanSource(const ConvertCall& call, InFile& in, FileWindow& window) {
+  if (call.memoryMode() && !call.out) return false;
+  return in.open(call.source) && window.load(0, std::size_t(256) << 20);
+}
+
 }  // namespace pix

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "common/call.h"
+#include "common/files.h"
 #include "common/reader.h"
 
 namespace pix {
@@ -42,5 +44,9 @@ std::size_t JpegHeaderLength(const ByteReader& in, std::size_t at);
 // Walking candidates is charged to the call's read budget (as reading the
 // bytes walked over would be); scans stop once this turns false.
 bool ScanBudgetLeft();
+
+// Reads the whole source (up to 256 MiB) into the window for a scan; false
+// when it cannot be read, or when memory mode has nowhere to put a result.
+bool LoadScanSource(const ConvertCall& call, InFile& in, FileWindow& window);
 
 }  // namespace pix

@@ -20,7 +20,6 @@
 namespace pix {
 namespace {
 
-constexpr std::size_t kMaxSource = std::size_t(256) << 20;
 constexpr int kMaxPictures = 10000;
 
 bool HasArchiveSignature(const ByteReader& r) {
@@ -68,11 +67,9 @@ void ScanForPngs(const ByteReader& r, Series& series) {
 }  // namespace
 
 int HtaNctToPng(const ConvertCall& call) {
-  if (call.memoryMode() && !call.out) return 0;
-  InFile in(call.source);
-  if (!in) return 0;
+  InFile in;
   FileWindow window(in);
-  if (!window.load(0, kMaxSource)) return 0;
+  if (!LoadScanSource(call, in, window)) return 0;
   const ByteReader r = window.reader();
   Series series(call, "_%04d.png");
   if (HasArchiveSignature(r)) {

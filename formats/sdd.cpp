@@ -19,7 +19,6 @@
 namespace pix {
 namespace {
 
-constexpr std::size_t kMaxSource = std::size_t(256) << 20;
 constexpr std::uint32_t kEndOfChain = 0xFFFFFFFE;
 constexpr std::size_t kMinJpeg = 128;
 constexpr int kMaxPictures = 10000;
@@ -176,11 +175,9 @@ bool ForEachStream(Compound& cf, Scan&& scan) {
 }  // namespace
 
 int SddToJpeg(const ConvertCall& call) {
-  if (call.memoryMode() && !call.out) return 0;
-  InFile in(call.source);
-  if (!in) return 0;
+  InFile in;
   FileWindow window(in);
-  if (!window.load(0, kMaxSource)) return 0;
+  if (!LoadScanSource(call, in, window)) return 0;
   const ByteReader r = window.reader();
   Series series(call, "_%04d.jpg");
   int found = 0;
