@@ -87,11 +87,17 @@ void ReadPlaneRow(ByteReader& in, int patternLength, std::uint8_t* out, std::siz
 
 bool Decode(const ByteReader& file, Image& img) {
   GemHeader h;
-  if (!ReadHeader(file, h) || !img.allocate(h.width, h.height, 1)) return false;
+  if (!ReadHeader(file, h)) return false;
+  // No item codes more than 204 row bytes per byte (a pattern run of 255 x 8
+  // bytes in 10), each plane row takes at least one item and a line repeat
+  // covers at most 255 rows: a header whose picture needs more data than the
+  // file holds is damaged, and is refused before allocating.
+  const std::size_t rowBytes = (h.width + 7) / 8;
+  const std::uint64_t leastData = std::uint64_t((h.height + 254) / 255) * h.planes * ((rowBytes + 203) / 204);
+  if (leastData > file.size() - h.headerBytes || !img.allocate(h.width, h.height, 1)) return false;
   img.palette = Palette(file, h);
   img.bits = h.planes;
   ByteReader in = file.sub(h.headerBytes, file.size() - h.headerBytes);
-  const std::size_t rowBytes = (h.width + 7) / 8;
   std::vector<std::uint8_t> plane(rowBytes);
   for (std::uint32_t y = 0; y < h.height && !in.atEnd();) {
     unsigned repeat = 1;
