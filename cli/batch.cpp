@@ -364,6 +364,12 @@ int Batch(int argc, char** argv) {
   Runner runner(o, o.plan.empty() ? WalkJobs(o) : PlanJobs(o));
   runner.setTty(isatty(STDERR_FILENO) != 0);
 
+#ifdef _WIN32
+  void (*old)(int) = std::signal(SIGINT, OnInterrupt);
+  gInterrupted = 0;
+  runner.run();
+  std::signal(SIGINT, old == SIG_ERR ? SIG_DFL : old);
+#else
   struct sigaction sa {}, old {};
   sa.sa_handler = OnInterrupt;
   sigemptyset(&sa.sa_mask);
@@ -371,6 +377,7 @@ int Batch(int argc, char** argv) {
   gInterrupted = 0;
   runner.run();
   sigaction(SIGINT, &old, nullptr);
+#endif
 
   std::size_t converted = 0, failed = 0, skipped = 0;
   for (const FileReport& r : runner.reports()) {

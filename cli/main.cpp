@@ -1,5 +1,6 @@
 // pixmisc: the command-line face of the library, for trying conversions,
 // looking routes up and running the other exports by hand.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,13 +10,10 @@
 #include <vector>
 
 #include "cli/batch.h"
+#include "common/paths.h"
 #include "entry/previews.h"
 #include "entry/routes.h"
 #include "pixmisc.h"
-
-#ifndef PIXMISC_VERSION
-#define PIXMISC_VERSION "0"
-#endif
 
 namespace {
 
@@ -36,7 +34,8 @@ const char* const kUsage =
     "  thumbnail SRC -o OUT     write the Exif thumbnail of a JPEG file\n"
     "  frames SRC               count the frames of an FLI/FLC animation or a film strip\n"
     "  ascii SRC DST [--average] [--invert] [--columns N] [--rows N] [--chars S]\n"
-    "                           turn a PGM picture into a character picture\n"
+    "                           turn a PGM picture into a character picture; S runs\n"
+    "                           from dark to light (default \" .:-=+*#%@\")\n"
     "  batch SRC_DIR --to EXT [--out DIR] [--jobs N] [--report FILE.json] [--gallery]\n"
     "                           convert every file of a folder tree that has a route to EXT\n"
     "\n"
@@ -60,31 +59,79 @@ const char* ResultMeaning(pix::Result r) {
   return r == pix::Result::ZeroIsSuccess ? "0 means success" : "number of files written";
 }
 
+// The extension as the route table reads it, or a word for none.
+std::string ExtensionOf(const char* path) {
+  const std::string ext = pix::Split(path).ext;
+  return ext.empty() ? "(no extension)" : ext;
+}
+
+// Why a conversion cannot start, as far as the tool can tell without running
+// it: an unreadable source or a missing target folder. Empty when neither.
+std::string CannotStart(const char* src, const char* dst) {
+  std::error_code ec;
+  if (fs::is_directory(src, ec)) return std::string("cannot open ") + src + ": " + std::strerror(EISDIR);
+  if (FILE* f = std::fopen(src, "rb")) {
+    std::fclose(f);
+  } else {
+    return std::string("cannot open ") + src + ": " + std::strerror(errno);
+  }
+  const fs::path dir = fs::path(dst).parent_path();
+  if (!dir.empty() && !fs::is_directory(dir, ec)) return "the target folder does not exist: " + dir.string();
+  return {};
+}
+
 int Convert(const char* src, const char* dst) {
   pix::RouteMatch m = pix::LookUpRoute(src, dst);
   if (m.kind == pix::RouteMatch::NoMatch) {
-    std::fprintf(stderr, "pixmisc: no route converts %s into %s\n", src, dst);
+    std::fprintf(stderr, "pixmisc: no route from %s to %s\n", ExtensionOf(src).c_str(), ExtensionOf(dst).c_str());
+    return 1;
+  }
+  if (const std::string why = CannotStart(src, dst); !why.empty()) {
+    std::fprintf(stderr, "pixmisc: %s\n", why.c_str());
     return 1;
   }
   fs::path dir = fs::path(dst).parent_path();
   std::set<std::string> before = FilesIn(dir);
   int result = pixMISC(src, dst);
   std::set<std::string> after = FilesIn(dir);
-  std::vector<std::string> written;
-  for (const auto& n : after)
-    if (!before.count(n)) written.push_back(n);
+  // Only files this call created count, and only those that hold something.
+  std::vector<std::string> written, empty;
+  for (const auto& n : after) {
+    if (before.count(n)) continue;
+    std::error_code ec;
+    const auto size = fs::file_size(dir / n, ec);
+    (ec || size == 0 ? empty : written).push_back(n);
+  }
   bool zeroIsSuccess = false;
+  const char* converter = pix::kCatchAllConverter;
+  std::string described;
   if (m.kind == pix::RouteMatch::CatchAll) {
     std::printf("route: catch-all (%s)\n", pix::kCatchAllConverter);
+    std::printf("result: %d\n", result);
   } else {
     zeroIsSuccess = m.route->result == pix::Result::ZeroIsSuccess;
-    std::printf("route: %d (%s)\n", m.route->number, pix::DescribeConverter(*m.route).c_str());
+    described = pix::DescribeConverter(*m.route);
+    converter = described.c_str();
+    std::printf("route: %d (%s)\n", m.route->number, converter);
     std::printf("result: %d (%s)\n", result, ResultMeaning(m.route->result));
   }
-  if (m.kind == pix::RouteMatch::CatchAll) std::printf("result: %d\n", result);
   std::printf("files written: %zu\n", written.size());
   for (const auto& n : written) std::printf("  %s\n", (dir / n).string().c_str());
   bool ok = zeroIsSuccess ? result == 0 : result > 0;
+  std::fflush(stdout);  // the report first, then what went wrong
+  if (!empty.empty()) {
+    std::string names;
+    for (const auto& n : empty) names += " " + (dir / n).string();
+    if (ok)
+      std::fprintf(stderr, "pixmisc: %s reported success but left %s:%s\n", converter,
+                   empty.size() == 1 ? "an empty file" : "empty files", names.c_str());
+    else
+      std::fprintf(stderr, "pixmisc: empty file%s left behind:%s\n", empty.size() == 1 ? "" : "s", names.c_str());
+  }
+  if (ok && written.empty() && !empty.empty()) {
+    std::fprintf(stderr, "pixmisc: empty result: no picture was written\n");
+    return 1;
+  }
   if (!ok) std::fprintf(stderr, "pixmisc: nothing was converted (the converter found nothing it could read, or failed)\n");
   return ok ? 0 : 1;
 }
@@ -106,8 +153,9 @@ int Routes() {
     std::string args;
     if (r.argCount >= 1) args = std::to_string(r.arg1);
     if (r.argCount >= 2) args += ", " + std::to_string(r.arg2);
-    std::printf("%3d  %-16s %-6s %-28s %s\n", r.number, src.c_str(), r.target, args.empty() ? "-" : args.c_str(),
-                pix::DescribeConverter(r).c_str());
+    std::printf("%3d  %-16s %-6s %-28s %s%s\n", r.number, src.c_str(), r.target, args.empty() ? "-" : args.c_str(),
+                pix::DescribeConverter(r).c_str(),
+                pix::IsPlaceholder(r.converter) ? "  [layout unknown: recognises nothing]" : "");
   }
   std::printf("catch-all  (any)  ");
   for (const char* t : pix::CatchAllTargets()) std::printf("%s ", t);
@@ -190,10 +238,13 @@ int Frames(const char* src) {
   return n > 0 ? 0 : 1;
 }
 
+// The characters `ascii` draws with when --chars is not given, dark to light.
+constexpr const char* kDefaultRamp = " .:-=+*#%@";
+
 int Ascii(int argc, char** argv) {
   if (argc < 2) return Usage("ascii takes SRC DST [options]");
   int average = 0, invert = 0, columns = 0, rows = 0;
-  const char* chars = nullptr;
+  const char* chars = kDefaultRamp;
   for (int i = 2; i < argc; ++i) {
     if (!std::strcmp(argv[i], "--average")) average = 1;
     else if (!std::strcmp(argv[i], "--invert")) invert = 1;
@@ -202,8 +253,13 @@ int Ascii(int argc, char** argv) {
     else if (!std::strcmp(argv[i], "--chars") && i + 1 < argc) chars = argv[++i];
     else return Usage("unknown option for ascii");
   }
+  if (!*chars) return Usage("--chars needs at least one character");
+  if (const std::string why = CannotStart(argv[0], argv[1]); !why.empty()) {
+    std::fprintf(stderr, "pixmisc: %s\n", why.c_str());
+    return 1;
+  }
   int r = PGMtoASCII(argv[0], argv[1], 0, average, invert, columns, rows, chars);
-  if (r != 1) std::fprintf(stderr, "pixmisc: no text was written\n");
+  if (r != 1) std::fprintf(stderr, "pixmisc: no text was written (%s is not a binary PGM picture)\n", argv[0]);
   return r == 1 ? 0 : 1;
 }
 
@@ -217,7 +273,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (cmd == "--version") {
-    std::printf("pixmisc %s\n", PIXMISC_VERSION);
+    std::printf("pixmisc %s\n", pixVersion());
     return 0;
   }
   int n = argc - 2;

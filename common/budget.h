@@ -65,6 +65,16 @@ class CallScope {
   std::vector<std::string> created_;
 };
 
+// Runs an export's body inside a call scope: a result of 0 or less counts as
+// a failure, whose empty targets are removed.
+template <class Body>
+int InCallScope(const char* source, Body&& body) {
+  CallScope scope(source);
+  const int n = body();
+  scope.finish(n <= 0);
+  return n;
+}
+
 // For work that walks a source without reading it through InFile (skipping
 // over records by seeking, re-walking bytes held in memory): charges n bytes
 // to this thread's call, if any. False once the budget is spent.

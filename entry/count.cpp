@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "common/budget.h"
 #include "common/paths.h"
 #include "common/reader.h"
 #include "common/search.h"
@@ -96,6 +97,7 @@ using namespace pix;
 extern "C" {
 
 int compteFichiers(const char* path, int* out) {
+  CallScope scope(path);
   bool opened = false;
   int count = CountJpeg(path, true, &opened);
   if (!opened) return 0;
@@ -105,11 +107,13 @@ int compteFichiers(const char* path, int* out) {
 }
 
 int compteFichiers_2(const char* path) {
+  CallScope scope(path);
   bool opened = false;
   return CountJpeg(path, false, &opened);
 }
 
 int compteFichiersPNG(const char* path, int* out) {
+  CallScope scope(path);
   bool opened = false;
   int count = CountBlocks(path, 512, "PNG", true, &opened);
   if (opened && out) *out = count;
@@ -117,6 +121,7 @@ int compteFichiersPNG(const char* path, int* out) {
 }
 
 int compteFichiersGIF(const char* path, int* out) {
+  CallScope scope(path);
   bool opened = false;
   int count = CountBlocks(path, 512, "GIF89a", false, &opened);
   if (opened && out) *out = count;
@@ -124,6 +129,7 @@ int compteFichiersGIF(const char* path, int* out) {
 }
 
 int compteFichiersTIFF(const char* path) {
+  CallScope scope(path);
   BlockSource src;
   if (!src.open(path)) return 0;
   constexpr std::size_t kBlock = 5096;
@@ -145,6 +151,7 @@ int compteFichiersTIFF(const char* path) {
 }
 
 int compteFichiersBMP(const char* path, int* out) {
+  CallScope scope(path);
   BlockSource src;
   if (!src.open(path)) return 0;
   ScanBlock block(512);
@@ -169,6 +176,7 @@ int compteFichiersBMP(const char* path, int* out) {
 }
 
 int compteFichiersBMPelse(const char* path, int* out) {
+  CallScope scope(path);
   BlockSource src;
   if (!src.open(path)) return 0;
   ScanBlock block(512);
@@ -196,6 +204,7 @@ int compteFichiersBMPelse(const char* path, int* out) {
 }
 
 int compteFichiersDIB(const char* path, int* out) {
+  CallScope scope(path);
   const bool mic = Lower(Split(path).ext) == ".mic";
   BlockSource src;
   if (!src.open(path)) return -1;
@@ -213,6 +222,7 @@ int compteFichiersDIB(const char* path, int* out) {
 }
 
 int compteFichiersPPT(const char* path) {
+  CallScope scope(path);
   BlockSource src;
   if (!src.open(path)) return 0;
   src.seekSet(kPptFirstRecord);

@@ -1,4 +1,4 @@
-// The conversion entry and the block-freeing export.
+// The conversion entry, the block-freeing export and the version query.
 #include <cstdlib>
 
 #include "common/budget.h"
@@ -16,3 +16,8 @@ extern "C" int pixMISC(const char* source, const char* target) {
 }
 
 extern "C" void pixFree(void* block) { std::free(block); }
+
+#ifndef PIXMISC_VERSION
+#error "the build sets PIXMISC_VERSION to the project's version"
+#endif
+extern "C" const char* pixVersion(void) { return PIXMISC_VERSION; }

@@ -114,7 +114,7 @@ constexpr Route kRoutes[] = {
     {91, ".shp", 4, false, ".jpg", "ThumbDbScan", ThumbDbScan, 0, 0, 2, Result::Files, Decision::None},
     {92, ".ab3", 4, false, ".jpg", "ThumbDbScan", ThumbDbScan, 0, 0, 2, Result::Files, Decision::None},
     {93, ".abk", 4, false, ".jpg", "ThumbDbScan", ThumbDbScan, 0, 0, 2, Result::Files, Decision::None},
-    {94, ".ppt", 4, false, ".jpg", "PptToJpgRoute", PptToJpgRoute, 0, 0, 2, Result::Files, Decision::None},
+    {94, ".ppt", 4, false, ".jpg", "PPTtoJPG", PptToJpgRoute, 0, 0, 2, Result::Files, Decision::None},
     {95, ".ufo", 4, false, ".jpg", "ThumbDbScan", ThumbDbScan, 0, 0, 2, Result::Files, Decision::None},
     {96, ".gal", 4, false, ".jpg", "CatalogueScan", CatalogueScan, 0, 0, 2, Result::Files, Decision::None},
     {97, ".pmx", 4, false, ".jpg", "CatalogueScan", CatalogueScan, 0, 0, 2, Result::Files, Decision::None},
@@ -260,13 +260,13 @@ constexpr Route kRoutes[] = {
     {237, ".cap", 4, false, ".bmp", "CapToBmp", CapToBmp, 0, 0, 1, Result::Files, Decision::None},
     {238, ".icn", 4, false, ".iff", "IcnToIff", IcnToIff, 0, 0, 0, Result::Files, Decision::None},
     {239, ".ani", 4, false, ".iff", "IffFormScan", IffFormScan, 0, 0, 0, Result::Files, Decision::None},
-    {240, ".neo", 4, false, ".iff", "Pc1ToIffRoute", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
-    {241, ".pc1", 4, false, ".iff", "Pc1ToIffRoute", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
-    {242, ".pc3", 4, false, ".iff", "Pc1ToIffRoute", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
-    {243, ".pi1", 4, false, ".iff", "Pc1ToIffRoute", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
-    {244, ".pi2", 4, false, ".iff", "Pc1ToIffRoute", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
-    {245, ".pi3", 4, false, ".iff", "Pc1ToIffRoute", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
-    {246, ".pln", 4, false, ".iff", "Pc1ToIffRoute", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
+    {240, ".neo", 4, false, ".iff", "PC1toIFF", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
+    {241, ".pc1", 4, false, ".iff", "PC1toIFF", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
+    {242, ".pc3", 4, false, ".iff", "PC1toIFF", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
+    {243, ".pi1", 4, false, ".iff", "PC1toIFF", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
+    {244, ".pi2", 4, false, ".iff", "PC1toIFF", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
+    {245, ".pi3", 4, false, ".iff", "PC1toIFF", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
+    {246, ".pln", 4, false, ".iff", "PC1toIFF", Pc1ToIffRoute, 0, 0, 1, Result::Files, Decision::None},
     {247, ".sff", 4, false, ".pbm", "SffToPbm", SffToPbm, 0, 0, 0, Result::Files, Decision::None},
     {248, ".ppp", 4, false, ".ppm", "PppToPpm", PppToPpm, 0, 0, 0, Result::Files, Decision::None},
     {249, ".mtx", 4, false, ".ppm", "MtxToPpm", MtxToPpm, 0, 0, 1, Result::Files, Decision::None},
@@ -283,6 +283,11 @@ constexpr Route kRoutes[] = {
     {260, ".sem", 4, false, ".tif", "ZxSnapshotToTiff", ZxSnapshotToTiff, 0, 0, 1, Result::Files, Decision::None},
     {261, ".cmp", 4, false, ".tif", "CmpToTiff", CmpToTiff, 0, 0, 0, Result::Files, Decision::None},
 };
+
+// Formats known by name (and sometimes a signature) only; each converter's
+// file says what is known.
+constexpr ConverterFn kUnknownLayout[] = {TgaWlm,   GifToJif, PigToSun, MtxToPpm, B3dToPpm,
+                                          ImgToCmuA, BdtToBmp, YpcToBmp, AwgToBmp, LcaToBmp};
 
 constexpr const char* kCatchAll[] = {".sit", ".snx", ".sna", ".z80", ".ach", ".zx", ".sp"};
 
@@ -349,6 +354,12 @@ int RunRoute(const RouteMatch& match, const char* source, const char* target) {
   // The one fallback chain: a catalogue that holds no JPEG may hold PNGs.
   if (n == 0 && match.route->decision == Decision::FallbackToPng) n = PngScan(call);
   return n;
+}
+
+bool IsPlaceholder(ConverterFn converter) {
+  for (ConverterFn f : kUnknownLayout)
+    if (f == converter) return true;
+  return false;
 }
 
 std::string DescribeConverter(const Route& r) {

@@ -69,4 +69,8 @@ int RunRoute(const RouteMatch& match, const char* source, const char* target);
 // The converter a Decision row runs after its test, as a name (for listings).
 std::string DescribeConverter(const Route& r);
 
+// True for the converters of formats whose layout is not known: they keep
+// their rows but recognise nothing, write nothing and return 0.
+bool IsPlaceholder(ConverterFn converter);
+
 }  // namespace pix

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <vector>
 
+#include "common/budget.h"
 #include "common/files.h"
 #include "common/reader.h"
 #include "pixmisc.h"
@@ -152,6 +153,7 @@ std::vector<std::uint8_t> ReadThumbnail(const char* path) {
 }  // namespace pix
 
 extern "C" int extract_thumbnail_from_jpeg(const char* source, unsigned char** out) {
+  pix::CallScope scope(source);
   std::vector<std::uint8_t> thumb = pix::ReadThumbnail(source);
   if (thumb.empty()) return 0;
   return pix::HandOver(thumb.data(), thumb.size(), out);

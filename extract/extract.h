@@ -32,7 +32,7 @@ int PcxArchiveRead(const ConvertCall& call);
 int FilmStripToPcx(const ConvertCall& call);
 int SwfPictureExtract(const ConvertCall& call);
 
-// Scanners not built yet
+// Bitmap, packed-bitmap and presentation PNG scanners
 int DibStreamScan(const ConvertCall& call);
 int BmpStreamScan(const ConvertCall& call);
 int PresentationPngScan(const ConvertCall& call);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "common/budget.h"
 #include "common/endian.h"
 #include "common/files.h"
 #include "common/paths.h"
@@ -132,6 +133,7 @@ int FilmStripToPcx(const ConvertCall& call) {
 }  // namespace pix
 
 extern "C" int get_nb_frames_from_flm(const char* path) {
+  pix::CallScope scope(path);
   pix::InFile in(path);
   if (!in) return 0;
   pix::Trailer t;

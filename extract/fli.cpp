@@ -4,11 +4,16 @@
 // the closing frame that loops back to the first. `FLItoPPM` with frame -1
 // writes every frame as "<target name>_%03d.ppm" beside the target (numbered
 // from 1) and returns N + 1; with a frame number it returns that frame's PPM
-// in memory. All decoder state belongs to the call.
+// in memory. A prefix chunk (0xF100) before the first frame is passed over; a
+// frame cut short by the end of the file is still written and ends the walk,
+// the result then counting the frames written. All decoder state belongs to
+// the call.
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "common/budget.h"
 #include "common/files.h"
 #include "common/image.h"
 #include "common/paths.h"
@@ -22,6 +27,8 @@ constexpr int kShortRead = -1;
 constexpr int kNoMemory = -2;
 constexpr std::size_t kFileHeader = 128;
 constexpr std::size_t kFrameHeader = 16;
+constexpr std::uint16_t kFrameMagic = 0xF1FA;
+constexpr std::uint16_t kPrefixMagic = 0xF100;
 
 struct FliHeader {
   std::uint16_t magic = 0, frames = 0, width = 0, height = 0;
@@ -231,18 +238,32 @@ int WalkFrames(InFile& in, int start, int count, Emit emit) {
     std::uint8_t fh[kFrameHeader];
     if (in.read(fh, kFrameHeader) != kFrameHeader) return kShortRead;
     ByteReader r(fh, kFrameHeader);
-    const std::uint32_t frameSize = r.u32leAt(0);
-    if (r.u16leAt(4) != 0xF1FA) return 0;
+    std::uint32_t frameSize = r.u32leAt(0);
+    if (f == 1 && r.u16leAt(4) == kPrefixMagic) {
+      // Animator Pro's prefix chunk (settings, no picture) comes before the
+      // first frame: passed over by its size.
+      if (frameSize < kFrameHeader || !in.seekCur(static_cast<std::int64_t>(frameSize) - static_cast<std::int64_t>(kFrameHeader)))
+        return 0;
+      if (in.read(fh, kFrameHeader) != kFrameHeader) return kShortRead;
+      frameSize = r.u32leAt(0);
+    }
+    if (r.u16leAt(4) != kFrameMagic) return 0;
     const unsigned chunks = r.u16leAt(6);
+    bool cut = false;
     if (frameSize > kFrameHeader) {
       const std::uint64_t need = frameSize - kFrameHeader;
-      if (static_cast<std::int64_t>(need) > fileSize - in.tell()) return kShortRead;
+      const std::int64_t left = std::max<std::int64_t>(0, fileSize - in.tell());
+      // A frame cut short by the end of the file is decoded from what it
+      // holds, the missing bytes read as zeros, and ends the animation.
+      cut = static_cast<std::int64_t>(need) > left;
+      const std::size_t have = cut ? static_cast<std::size_t>(left) : static_cast<std::size_t>(need);
       try {
         if (data.size() < need) data.resize(static_cast<std::size_t>(need));
       } catch (...) {
         return kNoMemory;
       }
-      if (in.read(data.data(), static_cast<std::size_t>(need)) != need) return kShortRead;
+      if (in.read(data.data(), have) != have) return kShortRead;
+      std::fill(data.begin() + static_cast<std::ptrdiff_t>(have), data.begin() + static_cast<std::ptrdiff_t>(need), 0);
       dec.applyChunks(data.data(), static_cast<std::size_t>(need), chunks);
     }
     if (f >= start) {
@@ -250,6 +271,7 @@ int WalkFrames(InFile& in, int start, int count, Emit emit) {
       if (!emit(f, dec, done)) return 0;
       if (done) return 1;
     }
+    if (cut) return f >= start ? f - start + 1 : 0;
   }
   return total;
 }
@@ -258,38 +280,42 @@ int WalkFrames(InFile& in, int start, int count, Emit emit) {
 }  // namespace pix
 
 extern "C" int FLItoPPM(const char* source, const char* target, int frame, unsigned char** out) {
-  using namespace pix;
-  if (frame == -1) {
-    if (!target || !*target) return 0;
+  return pix::InCallScope(source, [&]() -> int {
+    using namespace pix;
+    if (frame == -1) {
+      if (!target || !*target) return 0;
+      InFile in(source);
+      if (!in) return 0;
+      const SplitPath t = Split(target);
+      return WalkFrames(in, 1, 0, [&](int f, const FliDecoder& dec, bool&) {
+        const std::string name = FormatPath("%s%s%s_%03d.ppm", t.drive.c_str(), t.dir.c_str(), t.name.c_str(), f);
+        Sink ppm;
+        if (name.empty() || !ppm.open(name.c_str())) return false;
+        dec.writePpm(ppm);
+        return ppm.close();
+      });
+    }
+    if (!out) return 0;
     InFile in(source);
     if (!in) return 0;
-    const SplitPath t = Split(target);
-    return WalkFrames(in, 1, 0, [&](int f, const FliDecoder& dec, bool&) {
-      const std::string name = FormatPath("%s%s%s_%03d.ppm", t.drive.c_str(), t.dir.c_str(), t.name.c_str(), f);
-      Sink ppm;
-      if (name.empty() || !ppm.open(name.c_str())) return false;
+    Sink ppm;
+    ppm.openMemory();
+    const int r = WalkFrames(in, frame, 1, [&](int, const FliDecoder& dec, bool& done) {
       dec.writePpm(ppm);
-      return ppm.close();
+      done = true;
+      return !ppm.failed();
     });
-  }
-  if (!out) return 0;
-  InFile in(source);
-  if (!in) return 0;
-  Sink ppm;
-  ppm.openMemory();
-  const int r = WalkFrames(in, frame, 1, [&](int, const FliDecoder& dec, bool& done) {
-    dec.writePpm(ppm);
-    done = true;
-    return !ppm.failed();
+    return r == 1 ? ppm.release(out) : 0;
   });
-  return r == 1 ? ppm.release(out) : 0;
 }
 
 extern "C" int get_nb_frames_from_flc(const char* path) {
-  pix::InFile in(path);
-  if (!in) return -1;
-  pix::FliHeader h;
-  if (pix::ReadFliHeader(in, h) != 0) return -1;
-  if (!pix::KnownMagic(h)) return 0;
-  return h.frames;
+  return pix::InCallScope(path, [&]() -> int {
+    pix::InFile in(path);
+    if (!in) return -1;
+    pix::FliHeader h;
+    if (pix::ReadFliHeader(in, h) != 0) return -1;
+    if (!pix::KnownMagic(h)) return 0;
+    return h.frames;
+  });
 }

@@ -15,6 +15,7 @@
 #include "common/files.h"
 #include "common/paths.h"
 #include "common/search.h"
+#include "extract/compound_file.h"
 #include "extract/jpeg_scan.h"
 #include "platform/platform.h"
 
@@ -84,6 +85,7 @@ struct Scan {
   bool memory = false;
   int counter = 0;  // streams found
   int written = 0;  // files opened
+  bool exifSkipped = false;  // the current picture follows an "Exif" tag
 
   Scan(const ConvertCall& c, const JpegScanRules& r)
       : call(c), rules(r), block(static_cast<std::size_t>(r.scanBlock)), copy(kCopyBlock) {}
@@ -103,6 +105,7 @@ struct Scan {
         int e = FindPattern(static_cast<int>(block.capacity()), block.data(), "Exif");
         src.seekCur(-static_cast<std::int64_t>(got));
         if (e >= 0) {
+          exifSkipped = true;
           src.seekCur(e);
           std::size_t got2 = src.read(copy.data(), kCopyBlock);
           int j = FindPattern(static_cast<int>(got2), copy.data(), "JFIF");
@@ -135,10 +138,11 @@ struct Scan {
 
   // Copies the stream at the read position into sink. On Marker the source
   // stands where scanning resumes.
-  CopyEnd copyStream(Sink& sink, bool exif) {
+  // A non-zero `endPairs` overrides the member's end rule.
+  CopyEnd copyStream(Sink& sink, bool exif, int endPairs) {
     int pairs = 0;
     const bool cutAtEachPair = exif && !memory && rules.before == JpegScanRules::Before::ExifTest;
-    const int needed = rules.end == JpegScanRules::End::SecondPair || cutAtEachPair ? 2 : 1;
+    const int needed = endPairs ? endPairs : rules.end == JpegScanRules::End::SecondPair || cutAtEachPair ? 2 : 1;
     for (;;) {
       std::size_t got = src.read(copy.data(), kCopyBlock);
       if (got == 0 || src.eof()) {
@@ -185,7 +189,37 @@ struct Scan {
   int run() {
     memory = call.memoryMode();
     if (memory && (!rules.memoryCapable || !call.out)) return 0;
+    int result = 0;
+    if (rules.compoundStreams && runOverStreams(result)) return result;
     if (!src.open(call.source)) return 0;
+    walk(false, result);
+    return result;
+  }
+
+  // A compound file is scanned stream by stream, as its allocation tables
+  // chain them: its sectors need not lie in order, and a byte walk would cut
+  // and join pictures there. Numbering runs on across streams. False (and
+  // the byte walk runs) when the source is no compound file or its streams
+  // hold no picture.
+  bool runOverStreams(int& result) {
+    CompoundFile file;
+    if (!file.open(call.source)) return false;
+    bool done = false;
+    file.forEachStream([&](const std::string&, const Bytes& data) {
+      src.openMemory(data.data(), data.size());
+      done = walk(true, result);
+      return !done;
+    });
+    if (done) return true;
+    if (counter == 0) return false;
+    result = memory ? 0 : written;
+    return true;
+  }
+
+  // Walks the source from its read position. True when the call's result is
+  // settled (in `result`); false when a stream of a compound file ran out and
+  // the next one is to be walked.
+  bool walk(bool oneStream, int& result) {
     const int wanted = call.arg1;
     for (;;) {
       // The scan block is searched where it stands in the source window. Only
@@ -193,7 +227,11 @@ struct Scan {
       // so a signature running past the block's end is no hit.
       std::size_t got = 0;
       const std::uint8_t* view = src.view(block.capacity(), &got);
-      if (src.eof()) return atEnd();
+      if (src.eof()) {
+        if (oneStream) return false;
+        result = atEnd();
+        return true;
+      }
       const int n = static_cast<int>(got);
       const int p = FindStart(rules.start, n, view);
       if (p < 0 || p + StartLength(rules.start) > n) continue;
@@ -205,6 +243,7 @@ struct Scan {
       // Later reads may still find the scan block's bytes in the buffer.
       std::memcpy(block.data(), view, got);
       const std::int64_t tagPos = src.tell() - n + p;
+      exifSkipped = false;
       const bool exif = stepToStart(n, p, exifInBlock);
       const std::int64_t streamStart = src.tell();
       // Scanning never resumes before this point, whatever the markers say.
@@ -222,14 +261,27 @@ struct Scan {
         sink.openMemory();
       } else {
         std::string name = SiblingName(call.target, call.source, rules.suffix, number);
-        if (name.empty() || !sink.open(name.c_str())) return written;
+        if (name.empty() || !sink.open(name.c_str())) {
+          result = written;
+          return true;
+        }
         ++written;
       }
 
-      CopyEnd how = copyStream(sink, exif);
-      if (memory) return sink.release(call.out);
+      // Within one stream of a compound file, only a picture that follows an
+      // Exif-wrapped copy needs the second end marker.
+      const int pairs = oneStream && rules.end == JpegScanRules::End::SecondPair && !exifSkipped ? 1 : 0;
+      CopyEnd how = copyStream(sink, exif, pairs);
+      if (memory) {
+        result = sink.release(call.out);
+        return true;
+      }
       sink.close();
-      if (how == CopyEnd::EndOfSource) return written;
+      if (how == CopyEnd::EndOfSource) {
+        if (oneStream) return false;
+        result = written;
+        return true;
+      }
       if (src.tell() < floor) src.seekSet(floor);
     }
   }

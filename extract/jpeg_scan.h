@@ -45,6 +45,7 @@ struct JpegScanRules {
   int memorySkip = 10;          // memory mode: skipped streams move on by offset + this
   bool fallback = false;        // nothing found: run the start-of-picture fallback
   bool emptyMessage = false;    // nothing found: the e-book message box
+  bool compoundStreams = false; // a compound file is scanned stream by stream
 };
 
 // Runs the block scanner. File mode returns the number of files written;

@@ -30,6 +30,8 @@ class BlockSource {
   BlockSource& operator=(const BlockSource&) = delete;
 
   bool open(const char* path) {
+    mem_ = nullptr;
+    memSize_ = 0;
     if (!file_.open(path)) return false;
     // Zeroed slack after the window: searches over a view may look a few
     // bytes past its end.
@@ -39,7 +41,19 @@ class BlockSource {
     eof_ = false;
     return true;
   }
-  bool ok() const { return file_.ok(); }
+  // The same reading over bytes already in memory (a stream of a compound
+  // file); they must outlive the reading.
+  bool openMemory(const std::uint8_t* data, std::size_t size) {
+    file_.close();
+    mem_ = data;
+    memSize_ = size;
+    buf_.assign(kCapacity + kScanSlack, 0);
+    winStart_ = pos_ = filePos_ = 0;
+    winLen_ = 0;
+    eof_ = false;
+    return true;
+  }
+  bool ok() const { return file_.ok() || mem_ != nullptr; }
 
   std::size_t read(void* dst, std::size_t n) {
     auto* out = static_cast<std::uint8_t*>(dst);
@@ -114,6 +128,13 @@ class BlockSource {
       winLen_ = 0;
     }
     const std::int64_t readAt = winEnd();
+    if (mem_) {
+      const std::size_t from = std::min(static_cast<std::size_t>(readAt), memSize_);
+      const std::size_t k = std::min(kCapacity - winLen_, memSize_ - from);
+      if (k) std::memcpy(buf_.data() + winLen_, mem_ + from, k);
+      winLen_ += k;
+      return pos_ < winEnd();
+    }
     if (filePos_ != readAt) {
       if (!file_.seekSet(readAt)) return false;
       filePos_ = readAt;
@@ -125,6 +146,8 @@ class BlockSource {
   }
 
   InFile file_;
+  const std::uint8_t* mem_ = nullptr;
+  std::size_t memSize_ = 0;
   std::vector<std::uint8_t> buf_;
   std::int64_t winStart_ = 0;
   std::size_t winLen_ = 0;

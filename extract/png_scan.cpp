@@ -1,8 +1,11 @@
 // PNG streams stored byte for byte inside foreign files (albums, banners,
-// programs, ...). A stream starts at a 0x89 "PNG" signature and runs to the
-// first "IEND" chunk type plus its 4-byte CRC. File mode writes every stream as
-// "<source name>_%04d.png" beside the target, numbered from 0, and returns how
-// many it wrote; memory mode returns the stream numbered call.arg1 (from 1).
+// programs, ...). A stream starts at a PNG signature followed by the IHDR
+// chunk's length and type, and runs to the first "IEND" chunk type plus its
+// 4-byte CRC. File mode writes every stream as "<source name>_%04d.png"
+// beside the target, numbered from 0, and returns how many it wrote; memory
+// mode returns the stream numbered call.arg1 (from 1).
+#include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "common/files.h"
@@ -15,6 +18,8 @@ namespace pix {
 namespace {
 
 constexpr std::size_t kPngBlock = 128;
+// The signature, then the length and type of the header chunk.
+constexpr std::uint8_t kPngStart[16] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 0x0D, 'I', 'H', 'D', 'R'};
 
 }  // namespace
 
@@ -43,6 +48,15 @@ int PngScan(const ConvertCall& call) {
       continue;
     }
     in.seekCur(-1);
+    // Only a whole signature followed by the header chunk starts a stream: a
+    // program that merely holds the signature as a constant has none there.
+    std::uint8_t head[sizeof kPngStart];
+    const std::size_t h = in.read(head, sizeof head);
+    in.seekCur(-static_cast<std::int64_t>(h));
+    if (h < sizeof head || std::memcmp(head, kPngStart, sizeof head) != 0) {
+      in.seekCur(5);
+      continue;
+    }
 
     Sink out;
     if (!memory) {

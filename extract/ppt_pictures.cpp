@@ -5,14 +5,19 @@
 // <target name>_01.jpg, _02.jpg, ... (the number is the picture's place in
 // the file) or returns one in memory. compteFichiers_PPS_jpeg counts the
 // JFIF streams of a slide show the way the catalogue scanner finds them.
+// When the flat walk meets no picture record and the file is a compound
+// file, its "Pictures" stream, read as the compound file chains it, is
+// walked with the same rules from its first byte.
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "common/budget.h"
 #include "common/files.h"
 #include "common/paths.h"
 #include "common/reader.h"
 #include "common/search.h"
+#include "extract/compound_file.h"
 #include "extract/jpeg_scan.h"
 #include "extract/jpeg_source.h"
 #include "extract/ppt_records.h"
@@ -41,6 +46,49 @@ std::string PictureName(const char* target, int number) {
   char suffix[32];
   std::snprintf(suffix, sizeof suffix, "_%02d.jpg", number);
   return InTargetDir(target, Split(target).name + suffix);
+}
+
+struct PptWalk {
+  int result = 0;
+  int pictures = 0;  // picture records met
+};
+
+// The record walk from the read position: writes every picture (wanted 0,
+// with a target), or the wanted one to the target or into memory.
+PptWalk WalkPptPictures(BlockSource& src, const char* target, int wanted, unsigned char** out) {
+  const bool memory = !target || !*target;
+  PptWalk walk;
+  int& written = walk.result;
+  std::uint32_t header = 0, length = 0;
+  while (NextPptRecord(src, header, length)) {
+    const std::int64_t next = src.tell() + length;
+    if (header != kPptJpegRecord) {
+      src.seekCur(length);
+      continue;
+    }
+    const int number = ++walk.pictures;
+    const bool take = number == wanted || (!memory && wanted == 0);
+    if (take && length > kPictureHeader) {
+      Sink sink;
+      if (memory) {
+        sink.openMemory();
+        CopyPicture(src, length, sink);
+        walk.result = sink.release(out);
+        return walk;
+      }
+      std::string name = PictureName(target, number);
+      if (name.empty() || !sink.open(name.c_str())) return walk;
+      CopyPicture(src, length, sink);
+      sink.close();
+      ++written;
+      if (wanted != 0) return walk;
+    } else if (take && wanted != 0) {
+      walk.result = 0;  // a record too short to hold a picture
+      return walk;
+    }
+    src.seekSet(next);
+  }
+  return walk;
 }
 
 int CountPpsStreams(const char* path) {
@@ -92,41 +140,22 @@ using namespace pix;
 extern "C" {
 
 int PPTtoJPG(const char* source, const char* target, int wanted, unsigned char** out) {
-  const bool memory = !target || !*target;
-  if (memory && !out) return 0;
-  BlockSource src;
-  if (!src.open(source)) return 0;
-  src.seekSet(kPptFirstRecord);
-  int number = 1;
-  int written = 0;
-  std::uint32_t header = 0, length = 0;
-  while (NextPptRecord(src, header, length)) {
-    const std::int64_t next = src.tell() + length;
-    if (header != kPptJpegRecord) {
-      src.seekCur(length);
-      continue;
-    }
-    const bool take = number == wanted || (!memory && wanted == 0);
-    if (take && length > kPictureHeader) {
-      Sink sink;
-      if (memory) {
-        sink.openMemory();
-        CopyPicture(src, length, sink);
-        return sink.release(out);
-      }
-      std::string name = PictureName(target, number);
-      if (name.empty() || !sink.open(name.c_str())) return written;
-      CopyPicture(src, length, sink);
-      sink.close();
-      ++written;
-      if (wanted != 0) return written;
-    } else if (take && wanted != 0) {
-      return 0;  // a record too short to hold a picture
-    }
-    src.seekSet(next);
-    ++number;
-  }
-  return written;
+  return pix::InCallScope(source, [&]() -> int {
+    const bool memory = !target || !*target;
+    if (memory && !out) return 0;
+    BlockSource src;
+    if (!src.open(source)) return 0;
+    src.seekSet(kPptFirstRecord);
+    PptWalk walk = WalkPptPictures(src, target, wanted, out);
+    if (walk.pictures > 0 || !LooksLikeCompoundFile(source)) return walk.result;
+    // No picture record in the flat walk: a compound file keeps its pictures in
+    // the "Pictures" stream, whose sectors need not follow offset 512.
+    CompoundFile file;
+    Bytes pictures;
+    if (!file.open(source) || !file.readStream("Pictures", pictures)) return walk.result;
+    src.openMemory(pictures.data(), pictures.size());
+    return WalkPptPictures(src, target, wanted, out).result;
+  });
 }
 
 int compteFichiers_PPS_jpeg(const char* path) { return CountPpsStreams(path); }

@@ -3,6 +3,8 @@
 // character id is rebuilt as a standalone JPEG file (codes 6, 21 and 35). The
 // result is 1 after writing the target, the picture's length in memory mode,
 // and 0 when no defining tag carries the id or the picture cannot be rebuilt.
+// A code 6 picture that is a complete JPEG is copied as it stands when the
+// movie has no usable tables tag.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -165,10 +167,25 @@ void AppendJoined(const Tag& t, std::size_t from, std::size_t to, Bytes& out) {
   out.insert(out.end(), t.data + joint + 4, t.data + to);
 }
 
+// A tables tag serves only when it holds a JPEG start (FF D8) in 4 bytes or
+// more; an empty one, which some authoring tools write, counts as absent.
+bool UsableTables(const Tag& t) {
+  for (std::size_t i = 0; t.length >= 4 && i + 1 < t.length; ++i)
+    if (t.data[i] == 0xFF && t.data[i + 1] == 0xD8) return true;
+  return false;
+}
+
 bool Rebuild(const Tag& t, const Tag* tables, Bytes& out) {
   switch (t.code) {
     case 6:
-      if (t.length <= 2 || !tables) return false;
+      if (t.length <= 2) return false;
+      if (!tables || !UsableTables(*tables)) {
+        // Without tables, a picture that is a whole JPEG of its own is
+        // copied as it stands.
+        if (t.length < 4 || t.data[2] != 0xFF || t.data[3] != 0xD8) return false;
+        out.insert(out.end(), t.data + 2, t.data + t.length);
+        return true;
+      }
       out.insert(out.end(), tables->data, tables->data + (tables->length >= 2 ? tables->length - 2 : 0));
       if (t.length > 4) out.insert(out.end(), t.data + 4, t.data + t.length);
       return true;

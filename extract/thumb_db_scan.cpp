@@ -4,7 +4,10 @@
 // moves on to the next "JFIF". A stream ends at the second block holding
 // FF D9 (thumbnail, then picture). Files are <source>_0000.jpg on. When no
 // "JFIF" is found at all, the fallback looks for FF D8 FF E0 in 1024-byte
-// blocks instead. In memory mode, arg1 picks the stream (from 1).
+// blocks instead. In memory mode, arg1 picks the stream (from 1). A cache
+// that is a compound file (Windows' Thumbs.db) is scanned stream by stream,
+// numbering on across streams; only a picture after an "Exif" tag needs the
+// second end marker there.
 #include "extract/extract.h"
 #include "extract/jpeg_scan.h"
 
@@ -30,6 +33,7 @@ int ThumbDbScan(const ConvertCall& call) {
   rules.memoryCapable = true;
   rules.memorySkip = 10;
   rules.fallback = true;
+  rules.compoundStreams = true;
   return RunJpegScan(call, rules);
 }
 

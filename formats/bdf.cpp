@@ -36,7 +36,7 @@ struct BdfState {
 };
 
 // Reports a parse error the way the console tool did and marks the parse failed.
-void Fail(BdfState& s, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+void Fail(BdfState& s, const char* fmt, ...) PIX_PRINTF(2, 3);
 void Fail(BdfState& s, const char* fmt, ...) {
   char text[512];
   va_list ap;
@@ -232,17 +232,13 @@ int BdfToXbm(const ConvertCall& call) {
   const int cannotOpen = memory ? 0 : 1;
   InFile src(call.source);
   if (!src) return cannotOpen;
-  Sink out;
-  if (memory ? !out.openMemory() : !out.open(call.target)) return cannotOpen;
-
   BdfState s;
   s.src = &src;
   Parse(s);
   src.close();
-  if (s.failed) {
-    out.close();
-    return memory ? 0 : 1;
-  }
+  if (s.failed) return memory ? 0 : 1;  // a font that does not parse leaves no file
+  Sink out;
+  if (memory ? !out.openMemory() : !out.open(call.target)) return cannotOpen;
   if (!s.sheet.empty()) WriteSheet(out, s, call.source);
   if (memory) return out.release(call.out);
   out.close();

@@ -139,8 +139,6 @@ bool ReadMap(const char* path, DivMap& m) {
 }
 
 bool WriteMapPng(const char* target, const DivMap& m) {
-  Sink out;
-  if (!out.open(target)) return false;
   if (m.width > kMaxSide || m.height > kMaxSide) return false;
   Image img;
   if (!img.allocate(m.width, m.height, m.bits == 8 ? 1 : 4)) return false;
@@ -161,6 +159,8 @@ bool WriteMapPng(const char* target, const DivMap& m) {
       d[3] = 255;
     }
   }
+  Sink out;
+  if (!out.open(target)) return false;
   return WritePng(out, img) && out.close();
 }
 

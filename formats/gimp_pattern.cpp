@@ -1,7 +1,8 @@
-// GIMP patterns (".pat": "GPAT" at offset 20) to PPM. Big-endian header: header
-// size (24 + the NUL-terminated name), version, width, height, bytes per pixel
-// (1 grey, 2 grey and alpha, 3 RGB, 4 RGBA), "GPAT", the name; then the pixels,
-// rows top to bottom. Grey is spread to RGB; alpha is blended onto white.
+// GIMP patterns (".pat", "GPAT" at 20): one picture of grey, grey + alpha,
+// RGB or RGBA samples after a short big-endian header (header size, version,
+// width, height, bytes per pixel, "GPAT") and a NUL-terminated name. Written
+// as a 24-bit BMP or as a PPM, alpha blended onto white. Photoshop pattern
+// collections ("8BPT") and the other ".pat" kinds are not read.
 #include <cstdint>
 
 #include "common/image.h"
@@ -10,33 +11,44 @@
 #include "formats/formats.h"
 
 namespace pix {
+namespace {
+
+constexpr std::uint32_t kMaxSide = 16384;
+
+bool ReadGimpPattern(const Bytes& data, Image& img) {
+  ByteReader in(data);
+  const std::uint32_t header = in.u32be(), version = in.u32be(), w = in.u32be(), h = in.u32be(), bpp = in.u32be();
+  if (in.bad() || in.str(4) != "GPAT") return false;
+  if ((version != 1 && version != 2) || bpp < 1 || bpp > 4 || header < 25 || header > 24 + 256) return false;
+  if (w == 0 || h == 0 || w > kMaxSide || h > kMaxSide) return false;
+  if (!in.has(header, std::size_t(w) * h * bpp)) return false;
+  if (!img.allocate(w, h, 3)) return false;
+  for (std::size_t i = 0; i < std::size_t(w) * h; ++i) {
+    const std::size_t at = header + i * bpp;
+    const bool colour = bpp >= 3;
+    unsigned c[3] = {in.at(at), in.at(at + (colour ? 1 : 0)), in.at(at + (colour ? 2 : 0))};
+    const bool alpha = bpp == 2 || bpp == 4;
+    const unsigned a = alpha ? in.at(at + bpp - 1) : 255;
+    for (int k = 0; k < 3; ++k) img.pixels[i * 3 + k] = static_cast<std::uint8_t>((c[k] * a + 255 * (255 - a)) / 255);
+  }
+  return true;
+}
+
+}  // namespace
+
+int PatToBmp(const ConvertCall& call) {
+  Bytes data;
+  if (!call.source || !ReadWholeFile(call.source, data, 1u << 30)) return 0;
+  Image img;
+  if (!ReadGimpPattern(data, img)) return 0;
+  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, 24); });
+}
 
 int PatToPpm(const ConvertCall& call) {
   Bytes data;
-  if (!ReadWholeFile(call.source, data)) return 0;
-  ByteReader in(data);
-  std::uint32_t header = in.u32be(), version = in.u32be(), width = in.u32be(), height = in.u32be(),
-                depth = in.u32be();
-  if (in.bad() || in.str(4) != "GPAT" || (version != 1 && version != 2) || depth < 1 || depth > 4 ||
-      header < 25 || header > 24 + 256 || width == 0 || height == 0 || width > 16384 || height > 16384)
-    return 0;
-  std::uint64_t bytes = CheckedSize(width, height, depth);
-  if (bytes == 0 || !in.has(header, bytes)) return 0;  // a cut pattern is no use
+  if (!call.source || !ReadWholeFile(call.source, data, 1u << 30)) return 0;
   Image img;
-  if (!img.allocate(width, height, 3)) return 0;
-  in.seek(header);
-  for (std::uint32_t y = 0; y < height; ++y) {
-    std::uint8_t* out = img.row(y);
-    for (std::uint32_t x = 0; x < width; ++x, out += 3) {
-      std::uint8_t px[4] = {};
-      in.bytes(px, depth);
-      int r = px[0], g = depth >= 3 ? px[1] : px[0], b = depth >= 3 ? px[2] : px[0];
-      int a = depth == 2 ? px[1] : depth == 4 ? px[3] : 255;
-      out[0] = static_cast<std::uint8_t>((r * a + 255 * (255 - a)) / 255);
-      out[1] = static_cast<std::uint8_t>((g * a + 255 * (255 - a)) / 255);
-      out[2] = static_cast<std::uint8_t>((b * a + 255 * (255 - a)) / 255);
-    }
-  }
+  if (!ReadGimpPattern(data, img)) return 0;
   return WriteOne(call, [&](Sink& s) { return WritePnm(s, img); });
 }
 

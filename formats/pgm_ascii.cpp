@@ -2,14 +2,15 @@
 // characters, one per cell, taken from a caller-given string ordered dark to
 // light by the cell's brightness (a pixel value over 255, whatever the file's
 // maximum). Rows end in "\r\n". Returns 1 when the text was written, 0
-// otherwise; the target is created before the picture is read, so a source
-// that is not a binary PGM leaves it empty.
+// otherwise; the target is created only once the picture has been read, so a
+// source that is not a binary PGM leaves no file behind.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "common/budget.h"
 #include "common/console.h"
 #include "common/files.h"
 #include "common/image.h"
@@ -101,41 +102,40 @@ double CellValue(const GreyPicture& p, bool average, long long r, long long c, l
 
 extern "C" int PGMtoASCII(const char* source, const char* target, int /*unused*/, int average, int invert,
                           int columns, int rows, const char* chars) {
-  using namespace pix;
-  InFile probe(source);
-  if (!probe) return 0;
-  probe.close();
-  Sink out;
-  if (!target || !*target || !out.open(target)) return 0;  // a text file is the only output
+  return pix::InCallScope(source, [&]() -> int {
+    using namespace pix;
+    if (!target || !*target) return 0;  // a text file is the only output
+    Bytes data;
+    GreyPicture pic;
+    if (!source || !ReadWholeFile(source, data) || !ReadPgm(data, pic)) return 0;
+    Sink out;
+    if (!out.open(target)) return 0;
 
-  Bytes data;
-  GreyPicture pic;
-  if (!ReadWholeFile(source, data) || !ReadPgm(data, pic)) return 0;
-
-  long long cols = 80, lines = 80;
-  if (columns > 0 && rows > 0) {
-    cols = columns;
-    lines = rows;
-  }
-  if (CheckedSize(std::uint64_t(cols), std::uint64_t(lines), 1) == 0) return 0;  // grid too large
-  const std::string levels = chars ? chars : "";
-  const long long n = static_cast<long long>(levels.size());
-  std::string text;
-  for (long long r = 0; r < lines; ++r) {
-    for (long long c = 0; c < cols; ++c) {
-      if (n == 0) continue;  // no characters: nothing for the cell
-      double v = std::pow(CellValue(pic, average != 0, r, c, lines, cols), 1.0);
-      if (v < 0) v = 0;
-      if (v > 1) v = 1;
-      if (invert) v = 1 - v;
-      text += levels[static_cast<std::size_t>(v * double(n - 1))];
+    long long cols = 80, lines = 80;
+    if (columns > 0 && rows > 0) {
+      cols = columns;
+      lines = rows;
     }
-    text += "\r\n";
-    if (text.size() >= 65536) {
-      out.write(text.data(), text.size());
-      text.clear();
+    if (CheckedSize(std::uint64_t(cols), std::uint64_t(lines), 1) == 0) return 0;  // grid too large
+    const std::string levels = chars ? chars : "";
+    const long long n = static_cast<long long>(levels.size());
+    std::string text;
+    for (long long r = 0; r < lines; ++r) {
+      for (long long c = 0; c < cols; ++c) {
+        if (n == 0) continue;  // no characters: nothing for the cell
+        double v = std::pow(CellValue(pic, average != 0, r, c, lines, cols), 1.0);
+        if (v < 0) v = 0;
+        if (v > 1) v = 1;
+        if (invert) v = 1 - v;
+        text += levels[static_cast<std::size_t>(v * double(n - 1))];
+      }
+      text += "\r\n";
+      if (text.size() >= 65536) {
+        out.write(text.data(), text.size());
+        text.clear();
+      }
     }
-  }
-  out.write(text.data(), text.size());
-  return out.close() ? 1 : 0;
+    out.write(text.data(), text.size());
+    return out.close() ? 1 : 0;
+  });
 }

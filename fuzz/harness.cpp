@@ -22,12 +22,12 @@ std::string GroupOfConverter(const std::string& name) {
   static const std::set<std::string> extract = {
       "ProgramScan", "HeaderRebuildExtract", "AnimationAlbumScan", "ThumbDbScan", "SampleScan", "GalleryScan",
       "AlbumScan", "MovieScan", "SinglePictureExtract", "FffExtract", "EbookScan", "CatalogueScan",
-      "LoggedProgramScan", "ZipPackedScan", "SharedFolderScan", "PptToJpgRoute", "PngScan", "GifScanOneSig",
+      "LoggedProgramScan", "ZipPackedScan", "SharedFolderScan", "PPTtoJPG", "PngScan", "GifScanOneSig",
       "GifScanTwoSigs", "GifScanTcf", "IffFormScan", "PcxArchiveRead", "FilmStripToPcx", "SwfPictureExtract",
       "DibStreamScan", "BmpStreamScan", "PresentationPngScan"};
   static const std::set<std::string> retro = {
       "ZxScreenToTiff", "ZxSnapshotToTiff", "ZxTapeBlockExtract", "ZxTapeToZxs", "ZxScreenToPrg",
-      "CpcScreenToTiff", "XbmToGrob", "PcxToTiGrayPic", "GroToBmp", "OricTapeToPpm", "IcnToIff", "Pc1ToIffRoute"};
+      "CpcScreenToTiff", "XbmToGrob", "PcxToTiGrayPic", "GroToBmp", "OricTapeToPpm", "IcnToIff", "PC1toIFF"};
   static const std::set<std::string> science = {"SbigToFits", "FtzToFits", "IbgToFits", "B16ToFits", "PicToFits",
                                                 "HeightField"};
   static const std::set<std::string> games = {"FshToBmp", "BdfToXbm", "PsfToXbm", "DivMapToPng"};

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 
 #undef DeleteFile
@@ -14,6 +15,8 @@
 namespace pix::platform {
 namespace {
 
+// Removes the private directory (and anything a crashed call left in it)
+// when the library is unloaded.
 struct PrivateDir {
   std::string path;
   ~PrivateDir() {
@@ -22,8 +25,13 @@ struct PrivateDir {
     HANDLE h = FindFirstFileA((path + "*").c_str(), &fd);
     if (h != INVALID_HANDLE_VALUE) {
       do {
+        if (std::strcmp(fd.cFileName, ".") == 0 || std::strcmp(fd.cFileName, "..") == 0) continue;
         std::string p = path + fd.cFileName;
-        if (!(fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) DeleteFileA(p.c_str());
+        if (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+          RemoveDirectoryA(p.c_str());
+        } else {
+          DeleteFileA(p.c_str());
+        }
       } while (FindNextFileA(h, &fd));
       FindClose(h);
     }
@@ -51,24 +59,41 @@ PrivateDir& Private() {
 
 const std::string& TempDir() { return Private().path; }
 
-std::string MakeTempFile(const char* suffix) {
+namespace {
+
+// The first free name "<dir>pix<thread>-<n><suffix>" that CREATE (a new file
+// or folder, failing when the name exists) takes: unique per call without any
+// shared counter.
+template <typename Create>
+std::string MakeUnique(const char* suffix, Create create) {
   const std::string& dir = TempDir();
   if (dir.empty()) return {};
-  char name[MAX_PATH];
-  if (!GetTempFileNameA(dir.c_str(), "pix", 0, name)) return {};
-  std::string path = std::string(name) + (suffix ? suffix : "");
-  if (suffix && *suffix) {
-    if (!MoveFileA(name, path.c_str())) { DeleteFileA(name); return {}; }
+  for (unsigned n = 0; n < 100000; ++n) {
+    char name[64];
+    std::snprintf(name, sizeof name, "pix%lu-%u", GetCurrentThreadId(), n);
+    std::string path = dir + name + (suffix ? suffix : "");
+    if (path.size() >= MAX_PATH) return {};
+    if (create(path)) return path;
+    DWORD e = GetLastError();
+    if (e != ERROR_FILE_EXISTS && e != ERROR_ALREADY_EXISTS) return {};
   }
-  return path;
+  return {};
+}
+
+}  // namespace
+
+std::string MakeTempFile(const char* suffix) {
+  return MakeUnique(suffix, [](const std::string& path) {
+    HANDLE h = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (h == INVALID_HANDLE_VALUE) return false;
+    CloseHandle(h);
+    return true;
+  });
 }
 
 std::string MakeTempFolder() {
-  std::string file = MakeTempFile("");
-  if (file.empty()) return {};
-  DeleteFileA(file.c_str());
-  if (!CreateDirectoryA(file.c_str(), nullptr)) return {};
-  return file + "\\";
+  std::string dir = MakeUnique("", [](const std::string& path) { return CreateDirectoryA(path.c_str(), nullptr) != 0; });
+  return dir.empty() ? dir : dir + "\\";
 }
 
 bool DeleteFile(const std::string& path) { return DeleteFileA(path.c_str()) != 0; }

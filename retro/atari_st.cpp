@@ -5,6 +5,7 @@
 // interleaves the planes word by word; the ILBM body takes them line by line,
 // plane by plane. The memory form keeps two quirks of its own: each body word
 // gives only its first byte, and the colour bytes sit one byte late.
+#include "common/budget.h"
 #include "common/files.h"
 #include "common/paths.h"
 #include "common/reader.h"
@@ -53,6 +54,8 @@ int Convert(const char* source, const char* target, unsigned char** out) {
   if ((resolution & 3) == 3) return 0;
   const Resolution& res = kResolutions[resolution & 3];
 
+  if (compressed && std::min(kScreenBytes, file.size() - dataAt) < 32) return 0;
+
   const bool memory = target == nullptr || target[0] == '\0';
   Sink sink;
   if (!sink.open(memory ? nullptr : target)) return 0;
@@ -66,8 +69,7 @@ int Convert(const char* source, const char* target, unsigned char** out) {
   h.palette = palette;
 
   if (compressed) {
-    std::size_t n = std::min(kScreenBytes, file.size() - dataAt);
-    if (n < 32) return 0;
+    const std::size_t n = std::min(kScreenBytes, file.size() - dataAt);
     h.compression = 1;
     h.bodySize = static_cast<std::uint32_t>(n - 32);
     ilbm.header(h, memory);
@@ -98,5 +100,7 @@ int Convert(const char* source, const char* target, unsigned char** out) {
 }  // namespace pix
 
 extern "C" int PC1toIFF(const char* source, const char* target, unsigned char** out) {
-  return pix::Convert(source, target, out);
+  return pix::InCallScope(source, [&]() -> int {
+    return pix::Convert(source, target, out);
+  });
 }

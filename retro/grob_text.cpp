@@ -28,7 +28,7 @@ struct Text {
     }
     return true;
   }
-  bool number(long& v, int base) {
+  bool number(long long& v, int base) {
     blanks();
     std::size_t start = pos;
     bool negative = false;
@@ -40,7 +40,7 @@ struct Text {
     v = 0;
     while (!end() && (base == 16 ? std::isxdigit(t[pos]) : std::isdigit(t[pos]))) {
       int d = std::isdigit(t[pos]) ? t[pos] - '0' : std::tolower(t[pos]) - 'a' + 10;
-      if (v < (1L << 40)) v = v * base + d;
+      if (v < (1LL << 40)) v = v * base + d;
       ++pos;
     }
     if (pos == digits) {
@@ -51,7 +51,7 @@ struct Text {
     return true;
   }
   // "<name> %d", tried at every place until it matches.
-  bool find(const char* name, long& v) {
+  bool find(const char* name, long long& v) {
     while (!end()) {
       std::size_t at = pos;
       if (literal(name)) {
@@ -71,11 +71,11 @@ int XbmToGrob(const ConvertCall& call) {
   Bytes file;
   if (!ReadWholeFile(call.source, file, std::size_t(64) << 20)) return 1;
   Text in{file};
-  long width = 0, height = 0;
+  long long width = 0, height = 0;
   if (!in.find("_width", width) || !in.find("_height", height)) return 1;
   Sink out;
   if (!out.open(call.target)) return 1;
-  out.printf("GROB %ld %ld ", width, height);
+  out.printf("GROB %lld %lld ", width, height);
   while (!in.end() && in.peek() != '{') ++in.pos;
   if (!in.end()) ++in.pos;
   static const char kHex[] = "0123456789ABCDEF";
@@ -83,7 +83,7 @@ int XbmToGrob(const ConvertCall& call) {
     if (in.t[in.pos++] == '}') break;
     // " 0x%x": what matched before a mismatch stays read, as with formatted input.
     in.blanks();
-    long v = 0;
+    long long v = 0;
     if (in.literal("0x") && in.number(v, 16)) {
       char pair[2] = {kHex[v & 0x0F], kHex[(v >> 4) & 0x0F]};
       out.write(pair, 2);

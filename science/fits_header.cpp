@@ -306,8 +306,10 @@ bool FitsWriteSbigHeader(FitsRecordWriter& w, const char* target, char* header, 
       instrument[10] = st[4] ? st[4] : ' ';
     }
   }
-  if (!w.out.open(target)) return false;
   if (!NormaliseDate(header, timeOffset)) return false;
+  for (int i : {3, 4})  // the picture's size: without it there is no FITS file to write
+    if (!AfterKey(header, kCards[i].key)) return false;
+  if (!w.out.open(target)) return false;
 
   const std::tm today = platform::LocalNow();
   std::string dateValue = Format("'%02d/%02d/%02d'", today.tm_mday, today.tm_mon + 1, today.tm_year);

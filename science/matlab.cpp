@@ -1,6 +1,7 @@
 // Matlab level-4 matrix files as height fields: a 20-byte header (type code
 // MOPT in decimal, rows, columns, imaginary flag, name length), the name, then
 // the values column by column as 8-byte (P = 0) or 4-byte (P = 1) reals.
+// Little-endian (M = 0) or, from big-endian machines, big-endian (M = 1).
 #include <cfloat>
 #include <cmath>
 #include <cstring>
@@ -37,10 +38,17 @@ bool ReadMatlab(const Bytes& data, HeightMap& map) {
     PrintErr("Problem reading matlab file header.\n");
     return false;
   }
-  std::int32_t type = in.s32le();
-  std::uint32_t rows = in.u32le(), columns = in.u32le();
-  in.u32le();  // imaginary flag: only the real part is read
-  std::uint32_t nameLength = in.u32le();
+  // Files written on big-endian machines say so in the thousands of their
+  // type code (1000, 1010), itself stored big-endian; every number is then
+  // big-endian.
+  const std::uint32_t bigType = in.u32beAt(0);
+  const bool big = bigType == 1000 || bigType == 1010;
+  auto u32 = [&] { return big ? in.u32be() : in.u32le(); };
+  std::int32_t type = static_cast<std::int32_t>(u32());
+  if (big) type -= 1000;
+  std::uint32_t rows = u32(), columns = u32();
+  u32();  // imaginary flag: only the real part is read
+  std::uint32_t nameLength = u32();
   int m = type / 1000, p = (type / 10) % 10, t = type % 10;
   if (type < 0 || m != 0 || (p != 0 && p != 1) || t != 0) return false;
   if (!in.skip(nameLength)) return false;
@@ -52,11 +60,11 @@ bool ReadMatlab(const Bytes& data, HeightMap& map) {
     for (std::uint32_t y = 0; y < rows; ++y) {
       float v;
       if (p == 1) {
-        std::uint32_t bits = in.u32le();
+        std::uint32_t bits = u32();
         std::memcpy(&v, &bits, 4);
       } else {
-        std::uint64_t bits = in.u32le();
-        bits |= std::uint64_t(in.u32le()) << 32;
+        const std::uint64_t first = u32(), second = u32();
+        const std::uint64_t bits = big ? first << 32 | second : second << 32 | first;
         double d;
         std::memcpy(&d, &bits, 8);
         // Plain narrowing; magnitudes past the float range become infinite.

@@ -49,7 +49,7 @@ bool FitsWriteSbigHeader(FitsRecordWriter& w, const char* target, char* sbigHead
                          int timeOffset);
 // Formats one card (cut or blank-padded to 80 characters) into the record;
 // writes the record when it holds 36 cards. 1, or -1 after a failed write.
-int FitsPutCard(FitsRecordWriter& w, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+int FitsPutCard(FitsRecordWriter& w, const char* fmt, ...) PIX_PRINTF(2, 3);
 // Appends count 16-bit pixels (low byte first in row) as stored FITS values
 // (value - 32768, big-endian). Returns count, or -1 after a failed write.
 int FitsWriteRow(FitsRecordWriter& w, const std::uint8_t* row, int count);

@@ -35,11 +35,15 @@ struct PngContainer {
   std::string source;
 };
 
-// Filler, a "PNG" without its 0x89, then the PNGs with filler between them.
+// Filler, a "PNG" without its 0x89, the whole signature as a program holds
+// it among its constants (no IHDR chunk after it), then the PNGs with filler
+// between them.
 void Build(PngContainer& c, const std::vector<std::size_t>& mods, const std::string& ext) {
   Bytes file = ctest::Filler(300, 1);
   Append(file, std::string("xxPNGxx"));
   Append(file, ctest::Filler(90, 2));
+  Append(file, Bytes{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 0x0D, 'I', 'H', 'D', 'X'});
+  Append(file, ctest::Filler(112, 3));  // 128 bytes in all: the streams keep their places in the blocks
   int seed = 10;
   for (std::size_t mod : mods) {
     c.pngs.push_back(PadPng(ctest::MakePicture(c.s, "PNG", 20, 20, seed++), mod));
@@ -102,7 +106,7 @@ TEST(PngScan, IendNearABlockEnd) {
     const Bytes first = c.pngs[0];
     // Append a second PNG at a distance that puts its IEND well inside a block.
     Bytes file = pixtest::ReadFile(c.source);
-    const std::size_t start = 300 + 7 + 90;
+    const std::size_t start = 300 + 7 + 90 + 128;
     Bytes second = PadPng(ctest::MakePicture(c.s, "PNG", 12, 12, 50), 40);
     const std::size_t gap = (64 + 256 - (file.size() - start + second.size() - 8) % 128) % 128;
     Append(file, ctest::Filler(gap, 5));
@@ -136,6 +140,8 @@ TEST(PngScan, NothingFoundOrUnreadable) {
   Bytes file = ctest::Filler(1000, 3);
   Append(file, std::string("PNG"));  // no 0x89 before it
   Append(file, ctest::Filler(500, 4));
+  Append(file, Bytes{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A});  // a signature held as a constant
+  Append(file, ctest::Filler(500, 5));
   pixtest::WriteFile(src, file);
   EXPECT_EQ(ctest::CallFile(pix::PngScan, src, s.path("o.png")), 0);
   EXPECT_EQ(ctest::CallFile(pix::PngScan, s.path("missing.pmd"), s.path("o.png")), 0);

@@ -24,11 +24,16 @@ TEST(Exports, SharedLibraryExportsExactlyTheApi) {
       "pixMISC", "seeMISC", "seeMultiMISC", "compteFichiers", "compteFichiers_2", "compteFichiersPNG",
       "compteFichiersTIFF", "compteFichiersGIF", "compteFichiersBMP", "compteFichiersBMPelse", "compteFichiersDIB",
       "compteFichiersPPT", "compteFichiers_PPS_jpeg", "extract_thumbnail_from_jpeg", "PPTtoJPG", "FLItoPPM",
-      "get_nb_frames_from_flc", "get_nb_frames_from_flm", "PC1toIFF", "PGMtoASCII", "pixFree"};
+      "get_nb_frames_from_flc", "get_nb_frames_from_flm", "PC1toIFF", "PGMtoASCII", "pixFree", "pixVersion"};
   EXPECT_EQ(names, expected);
 }
 
-TEST(Exports, PixFreeTakesNull) { pixFree(nullptr); }
+TEST(Exports, PixFreeTakesNullAndTheVersionIsTheTools) {
+  pixFree(nullptr);
+  pixtest::RunResult r = pixtest::Run(std::string(pixtest::kCli) + " --version");
+  EXPECT_EQ(r.out, std::string("pixmisc ") + pixVersion() + "\n");
+  EXPECT_STRNE(pixVersion(), "");
+}
 
 struct CliCase {
   std::string args;
@@ -74,7 +79,27 @@ TEST(Cli, ConvertWithoutRouteFails) {
   pixtest::RunResult r = pixtest::Run(std::string(pixtest::kCli) + " convert " + pixtest::Quote(s.path("a.xyz")) + " " +
                              pixtest::Quote(s.path("b.jpg")));
   EXPECT_EQ(r.status, 1);
-  EXPECT_NE(r.err.find("no route"), std::string::npos);
+  EXPECT_NE(r.err.find("no route from .xyz to .jpg"), std::string::npos) << r.err;
+}
+
+// The tool says why nothing was converted where it can tell, and names
+// converters as the route table does.
+TEST(Cli, ConvertSaysWhyAndNamesTheConverter) {
+  pixtest::Scratch s;
+  const std::string cli = std::string(pixtest::kCli) + " convert ";
+  pixtest::RunResult r = pixtest::Run(cli + pixtest::Quote(s.path("absent.ppt")) + " " + pixtest::Quote(s.path("a.jpg")));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("cannot open " + s.path("absent.ppt") + ": No such file or directory"), std::string::npos) << r.err;
+  const std::string slides = std::string(pixtest::kSourceDir) + "/samples/jpeg_slides.ppt";
+  r = pixtest::Run(cli + pixtest::Quote(slides) + " " + pixtest::Quote(s.path("missing/a.jpg")));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("the target folder does not exist"), std::string::npos) << r.err;
+  r = pixtest::Run(cli + pixtest::Quote(slides) + " " + pixtest::Quote(s.path("a.jpg")));
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("route: 94 (PPTtoJPG)"), std::string::npos) << r.out;
+  const std::string list = pixtest::Run(std::string(pixtest::kCli) + " routes").out;
+  EXPECT_EQ(list.find("Route"), std::string::npos);  // no adapter's own name
+  EXPECT_NE(list.find(" PC1toIFF\n"), std::string::npos);
 }
 
 TEST(Cli, PreviewOfUnknownKindFails) {

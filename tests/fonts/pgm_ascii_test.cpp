@@ -51,12 +51,14 @@ TEST(PgmToAscii, CellsPickCharactersByBrightness) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
     pixtest::WriteFile(s.path("p.pgm"), c.pgm);
+    std::filesystem::remove(s.path("p.txt"));
     testing::internal::CaptureStdout();
     EXPECT_EQ(PGMtoASCII(s.path("p.pgm").c_str(), s.path("p.txt").c_str(), 0, c.average, c.invert, c.columns, c.rows, c.chars),
               c.result);
     std::string console = testing::internal::GetCapturedStdout();
     EXPECT_EQ(console, std::string(c.label) == "comment" ? "\n" : "");
-    EXPECT_EQ(Text(s.path("p.txt")), c.text);  // created and left empty on failure
+    EXPECT_EQ(Text(s.path("p.txt")), c.text);
+    EXPECT_EQ(std::filesystem::exists(s.path("p.txt")), c.result == 1);  // a failure leaves no file
   }
   EXPECT_EQ(PGMtoASCII(s.path("absent.pgm").c_str(), s.path("q.txt").c_str(), 0, 0, 0, 80, 80, "ab"), 0);
   EXPECT_FALSE(std::filesystem::exists(s.path("q.txt")));

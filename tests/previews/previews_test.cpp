@@ -27,9 +27,6 @@ std::map<std::string, std::vector<std::string>> SamplesByConverter() {
     pix::RouteMatch r = pix::LookUpRoute(path, sample.target.c_str());
     if (r.kind != pix::RouteMatch::Row) continue;
     std::string name = pix::ChooseConverter(*r.route, path).name;
-    // the exports that are route converters go by their export names in the lists
-    if (name == "Pc1ToIffRoute") name = "PC1toIFF";
-    if (name == "PptToJpgRoute") name = "PPTtoJPG";
     m[name].push_back(sample.source);
   }
   return m;

@@ -189,7 +189,8 @@ TEST(ZxTape, ZxsCutLastBlock) {
   EXPECT_TRUE(last == (Bytes{10, 0, 0, 0, 0, 0xFF, 1, 2})) << zxs.size();
 }
 
-// The program body lives beside the host program; none ships, so 0.
+// The program body lives beside the host program or the source; none ships,
+// so 0 without one.
 TEST(ZxPrg, ScreenToProgramNeedsTheBody) {
   pixtest::Scratch dir;
   std::string src = dir.path("pic.scr"), dst = dir.path("pic.prg");
@@ -212,6 +213,12 @@ TEST(ZxPrg, ScreenToProgramNeedsTheBody) {
   EXPECT_EQ(result, 1);
   Bytes withBody = expect;
   for (char c : std::string("BODY")) withBody.push_back(static_cast<std::uint8_t>(c));
+  EXPECT_TRUE(pixtest::ReadFile(dst) == withBody);
+
+  // A body beside the source serves as well, through the route.
+  pixtest::WriteFile(dir.path("PRGCORPS.bin"), pixtest::ToBytes("BODY"));
+  std::filesystem::remove(dst);
+  EXPECT_EQ(retrotest::CliConvert(src, dst), 1);
   EXPECT_TRUE(pixtest::ReadFile(dst) == withBody);
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <sstream>
 
@@ -34,6 +35,34 @@ std::vector<std::string> Scratch::files() const {
   std::sort(names.begin(), names.end());
   return names;
 }
+
+namespace {
+
+// Every test program runs in a scratch working folder of its own, so that
+// converters writing side files to the working directory (the shape
+// archives' "index.fsh" and "alpha8.dat") never write where the program was
+// started, such as the source tree.
+class ScratchWorkingDir : public testing::Environment {
+ public:
+  void SetUp() override {
+    start_ = fs::current_path();
+    dir_ = std::make_unique<Scratch>();
+    fs::current_path(dir_->dir());
+  }
+  void TearDown() override {
+    std::error_code ec;
+    fs::current_path(start_, ec);
+    dir_.reset();
+  }
+
+ private:
+  fs::path start_;
+  std::unique_ptr<Scratch> dir_;
+};
+
+[[maybe_unused]] testing::Environment* const kWorkingDir = testing::AddGlobalTestEnvironment(new ScratchWorkingDir);
+
+}  // namespace
 
 Bytes ReadFile(const std::string& path) {
   std::ifstream f(path, std::ios::binary);
@@ -166,6 +195,16 @@ Pnm DecodeWith(const std::string& tool, const std::string& path) {
   EXPECT_EQ(r.status, 0) << tool << " " << path << ": " << r.err;
   EXPECT_TRUE(ParsePnm(ToBytes(r.out), pnm)) << tool << " " << path << " gave no picture";
   return pnm;
+}
+
+fs::path RealWorldDir() {
+  if (const char* dir = std::getenv("PIXMISC_REALWORLD_DIR")) return dir;
+  return fs::path(kSourceDir).parent_path() / "shared" / "realworld";
+}
+
+std::string RealWorldFile(const std::string& name) {
+  const fs::path p = RealWorldDir() / name;
+  return fs::exists(p) ? p.string() : std::string();
 }
 
 Bytes TakeBlock(unsigned char* block, int size) {

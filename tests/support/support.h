@@ -90,6 +90,12 @@ std::vector<Sample> Samples();
 // that writes PNM to standard output; fails the test when it cannot.
 Pnm DecodeWith(const std::string& tool, const std::string& path);
 
+// Files from the wild that other projects keep (../shared/realworld beside
+// the source tree, or the folder PIXMISC_REALWORLD_DIR names): the folder, and
+// a file's path there ("" when the folder is absent).
+fs::path RealWorldDir();
+std::string RealWorldFile(const std::string& name);
+
 // Takes a memory result, copies it and frees the block.
 Bytes TakeBlock(unsigned char* block, int size);
 

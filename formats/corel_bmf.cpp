@@ -1,0 +1,29 @@
+// Corel Gallery clip art (".bmf", "@CorelBMF\n\r"): the preview, a packed
+// Windows DIB whose length stands at offset 65 and which starts at 69, is
+// written as a BMP of the same depth, in file or memory mode. The vector clip
+// art is not rendered.
+#include <cstdint>
+#include <cstring>
+
+#include "common/image.h"
+#include "common/reader.h"
+#include "common/series.h"
+#include "formats/bmp_source.h"
+#include "formats/formats.h"
+
+namespace pix {
+
+int BmfToBmp(const ConvertCall& call) {
+  Bytes data;
+  if (!call.source || !ReadWholeFile(call.source, data, 64u << 20)) return 0;
+  ByteReader in(data);
+  if (!in.has(0, 73) || std::memcmp(data.data(), "@CorelBMF\n\r", 11) != 0) return 0;
+  if (in.u32leAt(69) != 40) return 0;
+  const std::size_t length = in.u32leAt(65);
+  const ByteReader dib = in.sub(69, length < data.size() - 69 ? length : data.size() - 69);
+  Image img;
+  if (!ReadDib(dib, img) || img.width > 8192 || img.height > 8192) return 0;
+  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, BmpDepthFor(img)); });
+}
+
+}  // namespace pix
