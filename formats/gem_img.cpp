@@ -85,30 +85,46 @@ void ReadPlaneRow(ByteReader& in, int patternLength, std::uint8_t* out, std::siz
   }
 }
 
-bool Decode(const ByteReader& file, Image& img) {
-  GemHeader h;
-  if (!ReadHeader(file, h) || !img.allocate(h.width, h.height, 1)) return false;
-  img.palette = Palette(file, h);
-  img.bits = h.planes;
+// Walks the coded rows; with img null it only counts the rows the data
+// reaches (at most the header's height), without painting.
+std::uint32_t WalkRows(const ByteReader& file, const GemHeader& h, std::uint32_t height, Image* img) {
   ByteReader in = file.sub(h.headerBytes, file.size() - h.headerBytes);
   const std::size_t rowBytes = (h.width + 7) / 8;
   std::vector<std::uint8_t> plane(rowBytes);
-  for (std::uint32_t y = 0; y < h.height && !in.atEnd();) {
+  std::uint32_t y = 0;
+  while (y < height && !in.atEnd()) {
     unsigned repeat = 1;
     if (in.remaining() >= 4 && in.at(in.pos()) == 0 && in.at(in.pos() + 1) == 0 && in.at(in.pos() + 2) == 0xFF) {
       in.skip(3);
       repeat = std::max<unsigned>(1, in.u8());
     }
-    std::uint8_t* out = img.row(y);
+    std::uint8_t* out = img ? img->row(y) : nullptr;
     for (int p = 0; p < h.planes; ++p) {
-      std::fill(plane.begin(), plane.end(), std::uint8_t(0));
+      if (out) std::fill(plane.begin(), plane.end(), std::uint8_t(0));
       ReadPlaneRow(in, h.patternLength, plane.data(), rowBytes);
+      if (!out) continue;
       for (std::uint32_t x = 0; x < h.width; ++x)
         if (plane[x >> 3] & (0x80 >> (x & 7))) out[x] = static_cast<std::uint8_t>(out[x] | 1 << p);
     }
-    for (unsigned i = 1; i < repeat && y + i < h.height; ++i) std::copy(out, out + h.width, img.row(y + i));
-    y += repeat;
+    if (out)
+      for (unsigned i = 1; i < repeat && y + i < height; ++i) std::copy(out, out + h.width, img->row(y + i));
+    y = std::min<std::uint32_t>(height, y + repeat);
   }
+  return y;
+}
+
+bool Decode(const ByteReader& file, Image& img) {
+  GemHeader h;
+  if (!ReadHeader(file, h)) return false;
+  // Runs and line repeats let a few bytes cover many rows, but a header is
+  // only believed as far as its data goes: a picture whose data ends early
+  // keeps the rows it holds, so a damaged height asks for no more memory
+  // than the coded rows need.
+  const std::uint32_t rows = WalkRows(file, h, h.height, nullptr);
+  if (rows == 0 || !img.allocate(h.width, rows, 1)) return false;
+  img.palette = Palette(file, h);
+  img.bits = h.planes;
+  WalkRows(file, h, rows, &img);
   return true;
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "common/budget.h"
 #include "formats/iff.h"
 
 namespace pix {
@@ -42,6 +43,17 @@ std::size_t FrameOffset(const ByteReader& data, const SpriteHeader& h, std::uint
   if (!data.has(12 + 4 * std::size_t(f), 4)) return 0;
   const std::size_t off = h.at(data, 12 + 4 * std::size_t(f));
   return off >= 12 && data.has(off, frameHeader) ? off : 0;
+}
+
+// Run codes skip whole rows and runs of transparent pixels, so a few bytes can
+// declare a frame of any size; real frames stay far below 4096 pixels per byte
+// of their command stream beyond a 1 Mi-pixel allowance. A frame past that is
+// a damaged header. A chunk may also list thousands of frames: every frame's
+// pixels count against the call's work budget.
+bool AffordFrame(std::uint32_t w, std::uint32_t h, int channels, std::size_t streamBytes) {
+  const std::uint64_t bytes = CheckedSize(w, h, static_cast<std::uint64_t>(channels));
+  if (bytes == 0 || std::uint64_t(w) * h > (std::uint64_t(1) << 20) + 4096 * std::uint64_t(streamBytes)) return false;
+  return ChargeRead(bytes);
 }
 
 const std::vector<Rgb>* FindPalette(const IffFile& iff, std::uint32_t id) {
@@ -187,7 +199,8 @@ bool DecodeMaxisSprite(const ByteReader& data, const IffFile& iff, const IffPict
   const std::size_t off = FrameOffset(data, h, pic.frame, spr2 ? 16 : 8);
   if (off == 0) return false;
   if (!spr2) {
-    if (!img.allocate(h.at16(data, off + 6), h.at16(data, off + 4), 1)) return false;
+    const std::uint16_t w = h.at16(data, off + 6), ht = h.at16(data, off + 4);
+    if (!AffordFrame(w, ht, 1, data.size() - off - 8) || !img.allocate(w, ht, 1)) return false;
     PaletteFor(iff, h.palette, img);
     Sprite1Frame(data.sub(off + 8, data.size() - off - 8), img);
     return true;
@@ -198,7 +211,7 @@ bool DecodeMaxisSprite(const ByteReader& data, const IffFile& iff, const IffPict
   const bool alpha = (flags & 4) != 0;
   Image indexed;
   PaletteFor(iff, h.palette, indexed);
-  if (!img.allocate(w, ht, alpha ? 4 : 1)) return false;
+  if (!AffordFrame(w, ht, alpha ? 4 : 1, data.size() - off - 16) || !img.allocate(w, ht, alpha ? 4 : 1)) return false;
   if (alpha) {
     const Rgb t = indexed.palette[transparent];
     for (std::size_t i = 0; i < std::size_t(w) * ht; ++i) {

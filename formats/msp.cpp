@@ -37,10 +37,14 @@ bool Decode(const ByteReader& file, Image& img) {
   const std::uint32_t w = file.u16leAt(4), h = file.u16leAt(6);
   // The first row (version 1) or the row map (version 2) must be there.
   if (w == 0 || h == 0 || !file.has(kHeader, v1 ? (w + 7) / 8 : 2 * std::size_t(h))) return false;
+  // Rows past the end of a cut file come out white, but no coding packs a
+  // row into less than 1/128 of its bytes: a raster far larger than the whole
+  // file could fill is a damaged header, refused before allocating.
+  const std::size_t rowBytes = (w + 7) / 8;
+  if (std::uint64_t(rowBytes) * h > std::uint64_t(file.size() - kHeader) * 128 + 65536) return false;
   if (!img.allocate(w, h, 1)) return false;
   img.palette = {Rgb{0, 0, 0}, Rgb{255, 255, 255}};
   img.bits = 1;
-  const std::size_t rowBytes = (w + 7) / 8;
   std::vector<std::uint8_t> line(rowBytes);
   std::size_t codedAt = kHeader + 2 * std::size_t(h);
   for (std::uint32_t y = 0; y < h; ++y) {

@@ -4,6 +4,9 @@
 // (256 entries of red, green, blue, unused; or plain triples), else a grey
 // ramp. Every frame of every entry becomes an 8-bit BMP
 // "<source name>_0001.bmp", ...; the result is the number written.
+#include <set>
+
+#include "common/budget.h"
 #include "common/image.h"
 #include "common/reader.h"
 #include "common/series.h"
@@ -89,12 +92,17 @@ bool DecodeFrame(const ByteReader& file, std::size_t at, Image& img) {
   if (h.layers == 0) return ReadImage(file, h, img.pixels);
   std::fill(img.pixels.begin(), img.pixels.end(), h.transparent);
   if (!file.has(h.dataAt, 4 * std::size_t(h.layers))) return false;
+  std::set<std::size_t> drawn;
   for (unsigned i = 0; i < h.layers; ++i) {
+    const std::size_t layerAt = file.u32leAt(h.dataAt + 4 * std::size_t(i));
     FrameHeader layer;
     std::vector<std::uint8_t> px;
-    // One level of layers: a layer with layers of its own is left out.
-    if (!ReadFrameHeader(file, file.u32leAt(h.dataAt + 4 * std::size_t(i)), layer) || layer.layers != 0 || !ReadImage(file, layer, px))
-      continue;
+    // One level of layers: a layer with layers of its own is left out, and a
+    // layer listed twice is drawn once. Every layer drawn counts against the
+    // call's work budget, as frames of many large layers may share them.
+    if (!drawn.insert(layerAt).second || !ReadFrameHeader(file, layerAt, layer) || layer.layers != 0) continue;
+    if (!ChargeRead(std::uint64_t(layer.width) * layer.height)) return false;
+    if (!ReadImage(file, layer, px)) continue;
     const std::int64_t left = std::int64_t(h.x) - layer.x, top = std::int64_t(h.y) - layer.y;
     for (std::uint32_t y = 0; y < layer.height; ++y)
       for (std::uint32_t x = 0; x < layer.width; ++x) {
@@ -118,13 +126,18 @@ int GafToBmp(const ConvertCall& call) {
     return 0;
   const std::vector<Rgb> palette = GamePalette(call.source);
   Series series(call, "_%04d.bmp");
+  // Tables may point many times at the same entry or frame: each frame is
+  // written once, so a small file of repeated pointers cannot make thousands
+  // of copies.
+  std::set<std::size_t> written;
   for (std::uint32_t e = 0; e < entries; ++e) {
     const std::size_t entryAt = file.u32leAt(12 + 4 * std::size_t(e));
     const unsigned frames = file.u16leAt(entryAt);
     if (!file.has(entryAt, 40 + 8 * std::size_t(frames))) continue;  // an entry past the end is skipped
     for (unsigned f = 0; f < frames; ++f) {
+      const std::size_t frameAt = file.u32leAt(entryAt + 40 + 8 * std::size_t(f));
       Image img;
-      if (!DecodeFrame(file, file.u32leAt(entryAt + 40 + 8 * std::size_t(f)), img)) continue;
+      if (!written.insert(frameAt).second || !DecodeFrame(file, frameAt, img)) continue;
       img.palette = palette;
       if (!series.add([&](Sink& s) { return WriteBmp(s, img, 8); })) return series.finish();  // output budget spent
     }
