@@ -116,12 +116,14 @@ std::uint32_t WalkRows(const ByteReader& file, const GemHeader& h, std::uint32_t
 bool Decode(const ByteReader& file, Image& img) {
   GemHeader h;
   if (!ReadHeader(file, h)) return false;
-  // Runs and line repeats let a few bytes cover many rows, but a header is
-  // only believed as far as its data goes: a picture whose data ends early
-  // keeps the rows it holds, so a damaged height asks for no more memory
-  // than the coded rows need.
-  const std::uint32_t rows = WalkRows(file, h, h.height, nullptr);
-  if (rows == 0 || !img.allocate(h.width, rows, 1)) return false;
+  // A picture whose data ends early keeps its height, the missing rows
+  // white; but a height far beyond what the data reaches (more than 128
+  // times, and 64 rows) is a damaged header, believed only as far as its data
+  // goes, so that a few bytes cannot ask for a huge picture.
+  const std::uint32_t reached = WalkRows(file, h, h.height, nullptr);
+  if (reached == 0) return false;
+  const std::uint32_t rows = std::uint64_t(h.height) > std::uint64_t(reached) * 128 + 64 ? reached : h.height;
+  if (!img.allocate(h.width, rows, 1)) return false;
   img.palette = Palette(file, h);
   img.bits = h.planes;
   WalkRows(file, h, rows, &img);
