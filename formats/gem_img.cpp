@@ -123,6 +123,9 @@ bool Decode(const ByteReader& file, Image& img) {
   const std::uint32_t reached = WalkRows(file, h, h.height, nullptr);
   if (reached == 0) return false;
   const std::uint32_t rows = std::uint64_t(h.height) > std::uint64_t(reached) * 128 + 64 ? reached : h.height;
+  // No real picture packs more than 32768 pixels into a byte of its data.
+  const std::uint64_t data = file.size() > h.headerBytes ? file.size() - h.headerBytes : 0;
+  if (std::uint64_t(h.width) * rows > data * 32768) return false;
   if (!img.allocate(h.width, rows, 1)) return false;
   img.palette = Palette(file, h);
   img.bits = h.planes;
