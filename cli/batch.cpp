@@ -134,6 +134,8 @@ class Runner {
  private:
   void work(unsigned worker) {
     const fs::path staging = opt_.out / ".pixmisc-work" / std::to_string(worker);
+    std::error_code ec;
+    fs::create_directories(staging, ec);  // emptied after each conversion, kept until the run ends
     for (;;) {
       if (gInterrupted) break;
       const std::size_t i = next_++;
@@ -150,8 +152,6 @@ class Runner {
 
   void convert(const Job& job, FileReport& r, const fs::path& staging) {
     std::error_code ec;
-    fs::remove_all(staging, ec);
-    fs::create_directories(staging, ec);
     const std::string staged = (staging / job.targetName).string();
     const auto t0 = std::chrono::steady_clock::now();
     {
@@ -181,7 +181,7 @@ class Runner {
         if (!ec) r.outputs.push_back({dest.string(), static_cast<unsigned long long>(fs::file_size(dest, ec))});
       }
     }
-    fs::remove_all(staging, ec);
+    for (const auto& e : fs::directory_iterator(staging, ec)) fs::remove_all(e.path(), ec);  // empty or failed
   }
 
   void line(const FileReport& r) {
