@@ -1,6 +1,6 @@
 // GIF streams cut out of containers: the block scanners' numbering and cut
 // rule, the structure scanner's exact streams and memory mode; giftopnm reads
-// every file written. Pictures stored whole in documents come out unchanged.
+// every file written. Previews of pictures stored whole in documents.
 #include "containers_util.h"
 #include "extract/extract.h"
 #include "formats/formats.h"
@@ -186,40 +186,6 @@ TEST(GifScan, UnreadableOrEmptySources) {
 namespace {
 
 std::string SamplePath(const std::string& name) { return std::string(pixtest::kSourceDir) + "/samples/" + name; }
-
-// Pictures stored whole inside documents and archives come out byte for byte
-// as they were stored (the samples' generator keeps the stored bytes beside
-// the reference pictures), whichever container and picture kind.
-TEST(StoredPictures, ComeOutByteForByte) {
-  struct Case {
-    const char* sample;
-    const char* target;
-    const char* written;
-    const char* stored;
-  };
-  const Case cases[] = {
-      {"containers2_model.skp", "model.png", "model.png", "containers2_model.stored.png"},
-      {"containers2_drawing.sxd", "drawing.png", "drawing.png", "containers2_drawing.stored.png"},
-      {"containers2_stored.sxd", "stored.png", "stored.png", "containers2_stored.stored.png"},
-      {"containers2_thumbs.hta", "thumbs.png", "containers2_thumbs_0001.png", "containers2_thumbs_1.stored.png"},
-      {"containers2_thumbs.hta", "thumbs.png", "containers2_thumbs_0002.png", "containers2_thumbs_2.stored.png"},
-      {"containers2_cover.nct", "cover.png", "containers2_cover_0001.png", "containers2_cover.stored.png"},
-      {"containers2_vector.xar", "vector.gif", "vector.gif", "containers2_vector.stored.gif"},
-      {"containers2_symbols.sdl", "symbols.gif", "containers2_symbols_0001.gif", "containers2_symbols_1.stored.gif"},
-      {"containers2_symbols.sdl", "symbols.gif", "containers2_symbols_0002.gif", "containers2_symbols_2.stored.gif"},
-      {"containers2_library.lqt", "library.gif", "containers2_library_0001.gif", "containers2_library.stored.gif"},
-      {"containers2_object.vob", "object.gif", "object.gif", "containers2_object.stored.gif"},
-      {"containers2_photo.pix", "photo.jpg", "photo.jpg", "containers2_photo.stored.jpg"},
-      {"containers2_slides.sdd", "slides.jpg", "containers2_slides_0001.jpg", "containers2_slides_1.stored.jpg"},
-      {"containers2_slides.sdd", "slides.jpg", "containers2_slides_0002.jpg", "containers2_slides_2.stored.jpg"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.sample) + " -> " + c.written);
-    pixtest::Scratch s;
-    EXPECT_GT(pixMISC(SamplePath(c.sample).c_str(), s.path(c.target).c_str()), 0);
-    EXPECT_EQ(pixtest::ReadFile(s.path(c.written)), pixtest::ReadFile(SamplePath(std::string("ref/") + c.stored)));
-  }
-}
 
 // The previews the table of samples does not reach: a ".tsk" that is no
 // Xara document but holds a GIF gives that GIF; a ".pix" starting "PIX" gives

@@ -1,11 +1,13 @@
-// Every listed sample whose row names an independent decoder and a reference
-// picture is converted through the route table; the output, read by that
-// decoder, must show the reference's pixels. Each bad= case of a row (a cut
+// Every listed sample whose row says what its output must be (the picture an
+// independent decoder shows, the bytes it holds) is converted through the
+// route table and checked. Each bad= case of a row (a cut
 // or patched copy of the sample) must convert to nothing and leave no file.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
+#include "entry/routes.h"
 #include "pixmisc.h"
 #include "support.h"
 
@@ -64,13 +66,60 @@ fs::path Place(const std::string& sample, const fs::path& dir) {
   return dir / from.filename();
 }
 
-TEST(Samples, OutputsShowTheReferencePictures) {
+// streams=OFFSET+LENGTH[+HEAD],...: the bytes of the source every written
+// file holds, in name order (HEAD: hex bytes put in front, a file header).
+std::vector<Bytes> Streams(const pixtest::Sample& sample) {
+  std::vector<Bytes> v;
+  const Bytes data = pixtest::ReadFile(sample.source);
+  std::stringstream in(sample.option("streams"));
+  for (std::string item; std::getline(in, item, ',');) {
+    std::stringstream parts(item);
+    std::string off, len, head;
+    std::getline(parts, off, '+');
+    std::getline(parts, len, '+');
+    std::getline(parts, head, '+');
+    const std::size_t at = std::stoul(off), n = std::stoul(len);
+    Bytes want;
+    for (std::size_t i = 0; i + 1 < head.size(); i += 2)
+      want.push_back(static_cast<std::uint8_t>(std::strtoul(head.substr(i, 2).c_str(), nullptr, 16)));
+    EXPECT_LE(at + n, data.size()) << item;
+    if (at + n <= data.size()) want.insert(want.end(), data.begin() + std::ptrdiff_t(at), data.begin() + std::ptrdiff_t(at + n));
+    v.push_back(want);
+  }
+  return v;
+}
+
+// The rows' pixel check: the output read by the decoder shows the reference;
+// tol= allows a difference per channel, maxoff= a share (percent) of samples
+// that may differ by more (renderings that anti-alias differently).
+void ExpectReferencePixels(const pixtest::Sample& sample, const fs::path& output) {
+  const std::string decoder = sample.option("decoder");
+  const fs::path refPath = fs::path(pixtest::kSourceDir) / "samples" / sample.option("ref");
+  Pnm want = Decode(refPath.extension() == ".png" ? "pngtopnm " + pixtest::Quote(refPath.string())
+                                                  : "cat " + pixtest::Quote(refPath.string()));
+  Pnm got = Decode(DecodeCommand(decoder, output.string()));
+  ASSERT_EQ(got.width, want.width);
+  ASSERT_EQ(got.height, want.height);
+  const Bytes a = ToRgb(got), b = ToRgb(want);
+  const int tol = std::atoi(sample.option("tol").c_str());
+  std::size_t off = 0;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    if (std::abs(int(a[i]) - int(b[i])) > tol) ++off;
+  EXPECT_LE(off, a.size() * std::size_t(std::atoi(sample.option("maxoff").c_str())) / 100)
+      << "samples differing from the reference (of " << a.size() << ")";
+}
+
+// Every row that says what its output must be is converted through the route
+// table, and its output checked as the row says.
+TEST(Samples, OutputsAreWhatTheRowsSay) {
   int checked = 0;
   for (const pixtest::Sample& sample : pixtest::Samples()) {
-    const std::string decoder = sample.option("decoder"), ref = sample.option("ref");
-    if (decoder.empty() || ref.empty()) continue;
-    SCOPED_TRACE(sample.source + " -> " + sample.target + " read by " + decoder);
-    PIX_REQUIRE_TOOL(decoder == "magick" ? "convert" : decoder == "pillow" ? pixtest::kPython : decoder);
+    const bool pixels = !sample.option("decoder").empty() && !sample.option("ref").empty();
+    const bool same = !sample.option("same").empty(), streams = !sample.option("streams").empty();
+    if (!pixels && !same && !streams) continue;
+    const std::string decoder = sample.option("decoder");
+    SCOPED_TRACE(sample.source + " -> " + sample.target);
+    if (pixels) PIX_REQUIRE_TOOL(decoder == "magick" ? "convert" : decoder == "pillow" ? pixtest::kPython : decoder);
     pixtest::Scratch s;
     fs::create_directories(s.dir() / "out");
     const std::string target = (s.dir() / "out" / sample.target).string();
@@ -85,21 +134,65 @@ TEST(Samples, OutputsShowTheReferencePictures) {
     fs::path output = written.front();
     if (!sample.option("file").empty()) output = s.dir() / "out" / sample.option("file");
     ASSERT_TRUE(fs::exists(output)) << output;
-    const fs::path refPath = fs::path(pixtest::kSourceDir) / "samples" / ref;
-    Pnm want = Decode(ref.ends_with(".png") ? "pngtopnm " + pixtest::Quote(refPath.string())
-                                            : "cat " + pixtest::Quote(refPath.string()));
-    Pnm got = Decode(DecodeCommand(decoder, output.string()));
-    ASSERT_EQ(got.width, want.width);
-    ASSERT_EQ(got.height, want.height);
-    const Bytes a = ToRgb(got), b = ToRgb(want);
-    const int tol = std::atoi(sample.option("tol").c_str());
-    std::size_t off = 0;
-    for (std::size_t i = 0; i < a.size(); ++i)
-      if (std::abs(int(a[i]) - int(b[i])) > tol) ++off;
-    EXPECT_EQ(off, 0u) << "samples differing from the reference (of " << a.size() << ")";
+    if (pixels) ExpectReferencePixels(sample, output);
+    if (same) {
+      const std::string stored = std::string(pixtest::kSourceDir) + "/samples/" + sample.option("same");
+      EXPECT_EQ(pixtest::ReadFile(output.string()), pixtest::ReadFile(stored)) << "bytes differ from " << stored;
+    }
+    if (streams) {
+      // every stream written whole under its number, and handed over alone in memory mode
+      const std::vector<Bytes> want = Streams(sample);
+      ASSERT_EQ(written.size(), want.size());
+      EXPECT_EQ(static_cast<std::size_t>(result), want.size());
+      const pix::RouteMatch m = pix::LookUpRoute(sample.source.c_str(), sample.target.c_str());
+      ASSERT_EQ(m.kind, pix::RouteMatch::Row);
+      const pix::ConverterFn fn = pix::ChooseConverter(*m.route, sample.source.c_str()).converter;
+      for (std::size_t i = 0; i < want.size(); ++i) {
+        char suffix[32];
+        std::snprintf(suffix, sizeof suffix, "_%04zu", i + 1);
+        EXPECT_EQ(written[i].filename().string(),
+                  fs::path(sample.source).stem().string() + suffix + fs::path(sample.target).extension().string());
+        EXPECT_EQ(pixtest::ReadFile(written[i].string()), want[i]) << written[i];
+      }
+      for (int wanted = -1; wanted <= static_cast<int>(want.size()) + 1; ++wanted) {
+        unsigned char* block = nullptr;
+        pix::ConvertCall call;
+        call.source = sample.source.c_str();
+        call.arg1 = wanted;
+        call.out = &block;
+        const Bytes got = pixtest::TakeBlock(block, fn(call));
+        // 0 and below mean the first picture; past the last there is none
+        if (wanted > static_cast<int>(want.size())) {
+          EXPECT_TRUE(got.empty());
+        } else {
+          EXPECT_EQ(got, want[static_cast<std::size_t>(std::max(wanted, 1) - 1)]) << "memory mode, picture " << wanted;
+        }
+      }
+    }
     ++checked;
   }
-  std::printf("%d samples checked against their reference pictures\n", checked);
+  std::printf("%d samples checked\n", checked);
+}
+
+// count_bmp=, count_bmpelse=, count_dib=: what the counting exports say of
+// the sample (equal to the pictures written where they mean the same thing).
+TEST(Samples, CountingExportsGiveTheRowsCounts) {
+  struct Count {
+    const char* key;
+    int (*fn)(const char*, int*);
+  };
+  int checked = 0;
+  for (const pixtest::Sample& sample : pixtest::Samples())
+    for (const Count& c : {Count{"count_bmp", compteFichiersBMP}, Count{"count_bmpelse", compteFichiersBMPelse},
+                           Count{"count_dib", compteFichiersDIB}}) {
+      const std::string want = sample.option(c.key);
+      if (want.empty()) continue;
+      int out = -1;
+      EXPECT_EQ(c.fn(sample.source.c_str(), &out), std::atoi(want.c_str())) << sample.source << " " << c.key;
+      EXPECT_EQ(out, std::atoi(want.c_str())) << sample.source << " " << c.key;
+      ++checked;
+    }
+  EXPECT_GE(checked, 6);
 }
 
 // bad=cut:N keeps the first N bytes; bad=OFFSET:HEX overwrites bytes at OFFSET.
