@@ -490,7 +490,10 @@ def main():
     write("targets_b_drawing.aff", acorn_draw())
     save_ref("targets_b_drawing", draw_reference())
     # The metafile is compared with the reference by rendering (tests/entry): no exact decoder.
-    ROWS.append("targets_b_drawing.aff drawing.wmf bad=0:44524157 bad=4:CA bad=cut:39")
+    # libwmf's rendering may differ from ours where anti-aliasing, curve
+    # flattening and the text's font differ: up to 3% of samples by more than 48
+    ROWS.append("targets_b_drawing.aff drawing.wmf decoder=wmf2gd ref=ref/targets_b_drawing.png tol=48 maxoff=3"
+                " bad=0:44524157 bad=4:CA bad=cut:39")
 
     data, refs, table_at = mbm()
     write("targets_b_rose.mbm", data)

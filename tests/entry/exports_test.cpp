@@ -1,7 +1,4 @@
 // The shared library's face: exactly the exports, and the tool built on it.
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <set>
 #include <sstream>
 
@@ -113,12 +110,9 @@ TEST(Cli, PreviewOfUnknownKindFails) {
 
 }  // namespace
 
-// The drawing route: libwmf renders our metafile of the sample drawing, and the
-// rendering must match the generator's own rasterisation of that drawing except
-// where anti-aliasing, curve flattening and the text's font differ.
-TEST(Drawing, MetafileRendersLikeTheDrawing) {
-  PIX_REQUIRE_TOOL("wmf2gd");
-  PIX_REQUIRE_TOOL("pngtopnm");
+// The drawing route's metafile header (libwmf, which renders it in the samples
+// table, does not check it): the placeable header's checksum and the size.
+TEST(Drawing, PlaceableHeaderChecksumAndSize) {
   pixtest::Scratch s;
   std::string src = std::string(pixtest::kSourceDir) + "/samples/targets_b_drawing.aff";
   ASSERT_EQ(pixMISC(src.c_str(), s.path("drawing.wmf").c_str()), 1);
@@ -126,26 +120,8 @@ TEST(Drawing, MetafileRendersLikeTheDrawing) {
   ASSERT_GT(wmf.size(), 40u);
   std::uint16_t sum = 0;
   for (int i = 0; i < 20; i += 2) sum ^= static_cast<std::uint16_t>(wmf[i] | wmf[i + 1] << 8);
-  EXPECT_EQ(sum, wmf[20] | wmf[21] << 8) << "placeable header checksum";
+  EXPECT_EQ(sum, wmf[20] | wmf[21] << 8);
   EXPECT_EQ(wmf[28] | wmf[29] << 8 | wmf[30] << 16 | wmf[31] << 24, static_cast<int>((wmf.size() - 22) / 2));
-
-  pixtest::RunResult r = pixtest::Run("wmf2gd -o " + pixtest::Quote(s.path("drawing.png")) + " " +
-                                      pixtest::Quote(s.path("drawing.wmf")));
-  ASSERT_EQ(r.status, 0) << r.err;
-  pixtest::Pnm got = pixtest::DecodeWith("pngtopnm -mix -background=white", s.path("drawing.png"));
-  pixtest::Pnm ref = pixtest::DecodeWith("pngtopnm", std::string(pixtest::kSourceDir) + "/samples/ref/targets_b_drawing.png");
-  ASSERT_EQ(got.width, ref.width);
-  ASSERT_EQ(got.height, ref.height);
-  ASSERT_EQ(got.channels, 3);
-  ASSERT_EQ(ref.channels, 3);
-  std::size_t differ = 0, pixels = static_cast<std::size_t>(ref.width) * static_cast<std::size_t>(ref.height);
-  for (std::size_t i = 0; i < pixels; ++i) {
-    int d = 0;
-    for (int c = 0; c < 3; ++c) d = std::max(d, std::abs(got.samples[i * 3 + c] - ref.samples[i * 3 + c]));
-    if (d > 48) ++differ;
-  }
-  std::printf("drawing: %zu of %zu pixels differ\n", differ, pixels);
-  EXPECT_LT(differ * 100, pixels * 3) << differ << " of " << pixels << " pixels differ";
 }
 
 TEST(Drawing, DamagedObjectsKeepWhatCameBefore) {

@@ -20,6 +20,9 @@ using pixtest::Pnm;
 // The command that prints a file as PNM for a decoder named in a row.
 std::string DecodeCommand(const std::string& decoder, const std::string& path) {
   if (decoder == "magick") return "convert " + pixtest::Quote(path) + " -depth 8 ppm:-";
+  if (decoder == "wmf2gd")  // libwmf renders a metafile to PNG, laid over white
+    return "wmf2gd -o " + pixtest::Quote(path + ".png") + " " + pixtest::Quote(path) + " && pngtopnm -mix -background=white " +
+           pixtest::Quote(path + ".png");
   if (decoder == "pillow")
     return std::string(pixtest::kPython) +
            " -c \"import sys; from PIL import Image; im = Image.open(sys.argv[1]).convert('RGB'); "
