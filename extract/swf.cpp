@@ -10,8 +10,8 @@
 #include <cstring>
 #include <vector>
 
-#include <zlib.h>
 
+#include "common/inflate.h"
 #include "common/console.h"
 #include "common/files.h"
 #include "common/reader.h"
@@ -74,26 +74,6 @@ class Bits {
   int left_ = 0;
 };
 
-bool Inflate(const std::uint8_t* src, std::size_t n, Bytes& out) {
-  z_stream z{};
-  if (inflateInit(&z) != Z_OK) return false;
-  z.next_in = const_cast<Bytes::value_type*>(src);
-  z.avail_in = static_cast<uInt>(std::min<std::size_t>(n, 0x7fffffff));
-  std::uint8_t buf[65536];
-  int rc = Z_OK;
-  while (rc == Z_OK) {
-    z.next_out = buf;
-    z.avail_out = sizeof buf;
-    rc = inflate(&z, Z_NO_FLUSH);
-    const std::size_t got = sizeof buf - z.avail_out;
-    if (out.size() + got > kMaxMovie) break;
-    out.insert(out.end(), buf, buf + got);
-    if (rc == Z_BUF_ERROR || got == 0) break;
-  }
-  inflateEnd(&z);
-  return true;
-}
-
 // The movie's bytes after the 8-byte header, inflated when compressed; false
 // for a short header or an unknown signature.
 bool ReadMovie(const char* path, Bytes& file, Bytes& inflated, ByteReader& body) {
@@ -101,7 +81,7 @@ bool ReadMovie(const char* path, Bytes& file, Bytes& inflated, ByteReader& body)
   if (file.size() < 8) return false;
   if ((file[0] != 'F' && file[0] != 'C') || file[1] != 'W' || file[2] != 'S') return false;
   if (file[0] == 'C') {
-    Inflate(file.data() + 8, file.size() - 8, inflated);
+    Inflate(file.data() + 8, file.size() - 8, kZlibStream, kMaxMovie, inflated);  // a cut movie keeps what it gave
     body = ByteReader(inflated.data(), inflated.size());
   } else {
     body = ByteReader(file.data() + 8, file.size() - 8);

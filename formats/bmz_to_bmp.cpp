@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "common/inflate.h"
 #include "common/files.h"
 #include "common/reader.h"
 #include "common/series.h"
@@ -21,31 +22,6 @@ namespace pix {
 namespace {
 
 constexpr std::size_t kLargest = 256u << 20;
-
-// Inflates a gzip (windowBits 31) or zlib (15) stream read from the file; the
-// stream must end before the file or the cap does.
-bool Inflate(InFile& in, int windowBits, Bytes& out) {
-  z_stream z{};
-  if (inflateInit2(&z, windowBits) != Z_OK) return false;
-  std::uint8_t input[16384], output[65536];
-  int rc = Z_OK;
-  while (rc != Z_STREAM_END) {
-    if (z.avail_in == 0) {
-      z.avail_in = static_cast<uInt>(in.read(input, sizeof input));
-      z.next_in = input;
-      if (z.avail_in == 0) break;
-    }
-    z.next_out = output;
-    z.avail_out = sizeof output;
-    rc = inflate(&z, Z_NO_FLUSH);
-    if (rc != Z_OK && rc != Z_STREAM_END) break;
-    const std::size_t made = sizeof output - z.avail_out;
-    if (out.size() + made > kLargest) break;
-    out.insert(out.end(), output, output + made);
-  }
-  inflateEnd(&z);
-  return rc == Z_STREAM_END;
-}
 
 bool EndsWithBmp(const char* name) {
   const std::size_t n = std::strlen(name);
@@ -108,13 +84,16 @@ int BmzToBmp(const ConvertCall& call) {
   if (got < 2 || !in.seekSet(0)) return 0;
   Bytes bmp;
   bool good = false;
+  Bytes packed;
   if (head[0] == 0x1F && head[1] == 0x8B) {
-    good = Inflate(in, 15 + 16, bmp);
+    good = ReadWholeFile(call.source, packed, kLargest) &&
+           Inflate(packed.data(), packed.size(), kGzipStream, kLargest, bmp);
   } else if (got == 4 && head[0] == 'P' && head[1] == 'K' && head[2] == 3 && head[3] == 4) {
     in.close();
     good = Unzip(call.source, bmp);
   } else if ((head[0] & 0x0F) == 8 && (head[0] * 256 + head[1]) % 31 == 0) {
-    good = Inflate(in, 15, bmp);
+    good = ReadWholeFile(call.source, packed, kLargest) &&
+           Inflate(packed.data(), packed.size(), kZlibStream, kLargest, bmp);
   } else if (head[0] == 'B' && head[1] == 'M') {
     good = ReadWholeFile(call.source, bmp, kLargest);
   }

@@ -13,10 +13,10 @@
 // past the end ends the walk. Returns the number of pictures written.
 #include <cstdint>
 
-#include <zlib.h>
 
 #include "common/image.h"
 #include "common/reader.h"
+#include "common/inflate.h"
 #include "common/series.h"
 #include "formats/formats.h"
 
@@ -27,24 +27,6 @@ constexpr std::uint32_t kDivLimit = 8192;
 constexpr std::uint32_t kMostPoints = 4096;
 constexpr std::size_t kMostInflated = std::size_t(256) << 20;  // a few of the largest pictures
 
-bool Gunzip(const Bytes& packed, Bytes& out) {
-  z_stream z{};
-  if (inflateInit2(&z, 15 + 32) != Z_OK) return false;
-  z.next_in = const_cast<Bytef*>(packed.data());
-  z.avail_in = static_cast<uInt>(packed.size());
-  int rc = Z_OK;
-  while (rc == Z_OK && out.size() < kMostInflated) {
-    const std::size_t have = out.size();
-    out.resize(have + 65536);
-    z.next_out = out.data() + have;
-    z.avail_out = 65536;
-    rc = inflate(&z, Z_NO_FLUSH);
-    out.resize(have + 65536 - z.avail_out);
-  }
-  inflateEnd(&z);
-  return rc == Z_STREAM_END;
-}
-
 }  // namespace
 
 int FpgToPng(const ConvertCall& call) {
@@ -52,7 +34,7 @@ int FpgToPng(const ConvertCall& call) {
   if (!call.source || !ReadWholeFile(call.source, data)) return 0;
   if (data.size() >= 2 && data[0] == 0x1F && data[1] == 0x8B) {
     Bytes plain;
-    if (!Gunzip(data, plain)) return 0;
+    if (!Inflate(data.data(), data.size(), kZlibOrGzip, kMostInflated, plain)) return 0;
     data.swap(plain);
   }
   ByteReader in(data);

@@ -19,8 +19,8 @@
 #include <string>
 #include <vector>
 
-#include <zlib.h>
 
+#include "common/inflate.h"
 #include "common/image.h"
 #include "common/reader.h"
 #include "common/series.h"
@@ -116,24 +116,6 @@ std::string Beside(const std::string& source, const std::string& name) {
 std::string NameOf(const std::string& path) {
   const std::size_t slash = path.find_last_of("/\\");
   return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-// Inflates a gzip stream until `need` bytes are out (the first plane).
-bool Gunzip(const ByteReader& packed, std::size_t need, Bytes& out) {
-  // Deflate packs at most about 1032 bytes into one.
-  if (need / 1032 > packed.size()) return false;
-  out.assign(need, 0);
-  z_stream z{};
-  if (inflateInit2(&z, 15 + 32) != Z_OK) return false;
-  z.next_in = const_cast<Bytef*>(packed.data());
-  z.avail_in = static_cast<uInt>(std::min<std::size_t>(packed.size(), UINT32_MAX));
-  z.next_out = out.data();
-  z.avail_out = static_cast<uInt>(need);
-  int rc = Z_OK;
-  while (z.avail_out > 0 && rc == Z_OK) rc = inflate(&z, Z_NO_FLUSH);
-  const bool whole = z.avail_out == 0;
-  inflateEnd(&z);
-  return whole;
 }
 
 struct Layout {
@@ -233,7 +215,10 @@ bool Decode(const char* source, const Bytes& text, Image& img) {
   ByteReader data = all.sub(offset, all.size() - offset);
   Bytes inflated;
   if (h.compression == "gzip") {
-    if (!Gunzip(data, static_cast<std::size_t>(l.planeBytes), inflated)) return false;
+    // deflate packs at most about 1032 bytes into one: the first plane must fit
+    const auto need = static_cast<std::size_t>(l.planeBytes);
+    if (need / 1032 > data.size()) return false;
+    Inflate(data.data(), data.size(), kZlibOrGzip, need, inflated);
     data = ByteReader(inflated);
   }
   if (!data.has(0, static_cast<std::size_t>(l.planeBytes))) return false;
