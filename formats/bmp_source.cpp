@@ -28,8 +28,10 @@ std::uint8_t MaskedChannel(std::uint32_t v, std::uint32_t mask) {
 
 }  // namespace
 
-bool ReadBmpSource(const Bytes& data, Image& img) {
-  ByteReader in(data);
+bool ReadBmpSource(const Bytes& data, Image& img) { return ReadBmpSource(ByteReader(data), img); }
+
+bool ReadBmpSource(const ByteReader& data, Image& img) {
+  ByteReader in = data.rest();
   if (in.u8() != 'B' || in.u8() != 'M') return false;
   in.seek(10);
   const std::uint32_t dataOffset = in.u32le();

@@ -13,6 +13,7 @@ namespace pix {
 // file's colour table (bits kept), 24 and 32 bits as RGB. False for anything
 // else (compressed, cut short, sizes the file cannot hold).
 bool ReadBmpSource(const Bytes& data, Image& img);
+bool ReadBmpSource(const ByteReader& data, Image& img);
 
 // A packed DIB (info header, colour table, pixel bits, no file header) as
 // found inside other files: its length in bytes when the info header is a

@@ -42,7 +42,5 @@ bool ScanEaIff(const ByteReader& file, IffFile& iff);
 bool DecodeIlbm(const ByteReader& form, bool pbm, Image& img);
 bool ScanMaxisIff(const ByteReader& file, IffFile& iff);
 bool DecodeMaxisSprite(const ByteReader& chunk, const IffFile& iff, const IffPicture& pic, Image& img);
-// A Windows BMP (1, 4, 8 or 24 bits, uncompressed) decoded, for the TGA target.
-bool DecodeBmpPicture(const ByteReader& bmp, Image& img);
 
 }  // namespace pix

@@ -3,7 +3,6 @@
 // header, ID, flags, label). Pictures are BMP_ chunks (whole Windows BMP
 // files) and the frames of SPR# (8-bit run-coded sprites) and SPR2 (sprites
 // with depth and alpha) chunks; PALT chunks hold their palettes by ID.
-// Also the small BMP reader the TGA target needs for BMP_ pictures.
 #include <cstring>
 #include <string>
 
@@ -225,44 +224,6 @@ bool DecodeMaxisSprite(const ByteReader& data, const IffFile& iff, const IffPict
     std::fill(img.pixels.begin(), img.pixels.end(), transparent);
   }
   Sprite2Frame(data.sub(off + 16, data.size() - off - 16), transparent, alpha, indexed.palette, img);
-  return true;
-}
-
-bool DecodeBmpPicture(const ByteReader& bmp, Image& img) {
-  if (bmp.at(0) != 'B' || bmp.at(1) != 'M') return false;
-  const std::uint32_t dataAt = bmp.u32leAt(10), infoSize = bmp.u32leAt(14);
-  const std::int32_t w = static_cast<std::int32_t>(bmp.u32leAt(18)), hs = static_cast<std::int32_t>(bmp.u32leAt(22));
-  const int bits = bmp.u16leAt(28);
-  if (infoSize < 40 || bmp.u32leAt(30) != 0 || w <= 0 || hs == 0 || hs == INT32_MIN) return false;
-  if (bits != 1 && bits != 4 && bits != 8 && bits != 24) return false;
-  const std::uint32_t h = static_cast<std::uint32_t>(hs < 0 ? -hs : hs);
-  const std::size_t stride = ((std::size_t(w) * bits + 31) / 32) * 4;
-  if (CheckedSize(std::uint32_t(w), h, 3) == 0 || !bmp.has(dataAt, stride * h)) return false;
-  if (!img.allocate(std::uint32_t(w), h, bits == 24 ? 3 : 1)) return false;
-  if (bits != 24) {
-    std::uint32_t colours = bmp.u32leAt(46);
-    if (colours == 0 || colours > (1u << bits)) colours = 1u << bits;
-    const std::size_t palAt = 14 + std::size_t(infoSize);
-    for (std::uint32_t i = 0; i < colours; ++i) {
-      const std::size_t e = palAt + 4 * std::size_t(i);
-      img.palette.push_back(Rgb{bmp.at(e + 2), bmp.at(e + 1), bmp.at(e)});
-    }
-    img.bits = bits;
-  }
-  for (std::uint32_t y = 0; y < h; ++y) {
-    const std::size_t src = dataAt + stride * (hs < 0 ? y : h - 1 - y);
-    std::uint8_t* out = img.row(y);
-    for (std::uint32_t x = 0; x < std::uint32_t(w); ++x) {
-      if (bits == 24) {
-        out[3 * x] = bmp.at(src + 3 * x + 2);
-        out[3 * x + 1] = bmp.at(src + 3 * x + 1);
-        out[3 * x + 2] = bmp.at(src + 3 * x);
-      } else {
-        const std::size_t bit = std::size_t(x) * bits;
-        out[x] = static_cast<std::uint8_t>((bmp.at(src + bit / 8) >> (8 - bits - bit % 8)) & ((1 << bits) - 1));
-      }
-    }
-  }
   return true;
 }
 

@@ -8,6 +8,7 @@
 // copied as they stand. IFF to TGA writes picture 1 as a 24-bit TGA (32 bits
 // for a sprite with alpha).
 #include "common/series.h"
+#include "formats/bmp_source.h"
 #include "formats/formats.h"
 #include "formats/iff.h"
 
@@ -20,7 +21,7 @@ bool DecodeIffPicture(const ByteReader& file, const IffFile& iff, const IffPictu
   switch (pic.kind) {
     case IffPicture::Kind::Ilbm: return DecodeIlbm(part, false, img);
     case IffPicture::Kind::Pbm: return DecodeIlbm(part, true, img);
-    case IffPicture::Kind::Bmp: return DecodeBmpPicture(part, img);
+    case IffPicture::Kind::Bmp: return ReadBmpSource(part, img);
     default: return DecodeMaxisSprite(part, iff, pic, img);
   }
 }
