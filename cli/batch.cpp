@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -169,8 +170,9 @@ class Runner {
     const bool ok = (zeroIsSuccess ? r.result == 0 : r.result > 0) && !made.empty();
     r.status = ok ? "converted" : "failed";
     if (ok) {
-      std::lock_guard<std::mutex> lock(placeMutex_);  // names are chosen and taken as one step
       fs::create_directories(job.targetDir, ec);
+      // names are chosen and taken as one step; workers placing into different folders do not wait
+      std::lock_guard<std::mutex> lock(placeMutex_[std::hash<std::string>()(job.targetDir.string()) % placeMutex_.size()]);
       for (const fs::path& p : made) {
         fs::path dest = FreeName(job.targetDir, p.filename());
         fs::rename(p, dest, ec);
@@ -212,7 +214,8 @@ class Runner {
   std::atomic<unsigned> finishedWorkers_{0};
   std::size_t routed_ = 0;
   bool tty_ = false;
-  std::mutex printMutex_, placeMutex_;
+  std::mutex printMutex_;
+  std::array<std::mutex, 64> placeMutex_;
   std::chrono::steady_clock::time_point start_;
 };
 
