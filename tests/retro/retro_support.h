@@ -1,28 +1,46 @@
-// Helpers of the retro tests: running the command-line tool and decoders,
-// and packing Spectrum memory the way the snapshot formats store it.
+// Helpers of the retro tests: the generated samples, and running a
+// converter directly on bytes or in memory mode.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include <gtest/gtest.h>
 
+#include <string>
+
+#include "common/call.h"
 #include "support.h"
 
 namespace retrotest {
 
 using pixtest::Bytes;
 
-// Runs `pixmisc convert SRC DST`; returns the tool's result line value (or -1).
-int CliConvert(const std::string& src, const std::string& dst);
+inline std::string Sample(const std::string& name) { return std::string(pixtest::kSourceDir) + "/samples/" + name; }
+inline Bytes ReadSample(const std::string& name) { return pixtest::ReadFile(Sample(name)); }
 
+struct Outcome {
+  int result;
+  std::string err;  // what the converter printed
+};
 
-inline void Put16le(Bytes& b, std::size_t at, unsigned v) {
-  b[at] = static_cast<std::uint8_t>(v);
-  b[at + 1] = static_cast<std::uint8_t>(v >> 8);
+// Writes `bytes` to dir/name and converts it to dir/target with `fn`.
+inline Outcome Convert(pix::ConverterFn fn, const pixtest::Scratch& dir, const std::string& name, const Bytes& bytes,
+                       const std::string& target) {
+  const std::string src = dir.path(name), dst = dir.path(target);
+  pixtest::WriteFile(src, bytes);
+  pix::ConvertCall call;
+  call.source = src.c_str();
+  call.target = dst.c_str();
+  testing::internal::CaptureStderr();
+  const int n = fn(call);
+  return {n, testing::internal::GetCapturedStderr()};
 }
-inline void Put16be(Bytes& b, std::size_t at, unsigned v) {
-  b[at] = static_cast<std::uint8_t>(v >> 8);
-  b[at + 1] = static_cast<std::uint8_t>(v);
+
+// The block `fn` hands over in memory mode (empty when none).
+inline Bytes InMemory(pix::ConverterFn fn, const std::string& src) {
+  unsigned char* block = nullptr;
+  pix::ConvertCall call;
+  call.source = src.c_str();
+  call.out = &block;
+  return pixtest::TakeBlock(block, fn(call));
 }
 
 }  // namespace retrotest
