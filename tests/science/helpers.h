@@ -1,8 +1,7 @@
-// Shared by the astronomy tests: building sources, reading FITS files back
-// with astropy and fitsverify, splitting headers into cards.
+// Shared by the astronomy tests: the generated sources, reading FITS files
+// back with astropy and fitsverify, splitting headers into cards.
 #pragma once
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -29,19 +28,7 @@ FitsPixels AstropyRead(const std::string& path);
 // fitsverify's "*** Error:" messages, each with its continuation lines.
 std::vector<std::string> FitsVerifyErrors(const std::string& path);
 
-inline void Put16le(Bytes& b, unsigned v) {
-  b.push_back(static_cast<std::uint8_t>(v));
-  b.push_back(static_cast<std::uint8_t>(v >> 8));
-}
-inline void Put32le(Bytes& b, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
-}
-
-// Appends b to a (vector::insert trips a false bounds warning of GCC 12 here).
-inline void Append(Bytes& a, const Bytes& b) {
-  std::size_t at = a.size();
-  a.resize(at + b.size());
-  if (!b.empty()) std::memcpy(a.data() + at, b.data(), b.size());
-}
+// A file made by samples/gen_science.py.
+inline std::string Sample(const std::string& name) { return std::string(pixtest::kSourceDir) + "/samples/" + name; }
 
 }  // namespace scitest
