@@ -19,6 +19,14 @@ int WriteOne(const ConvertCall& call, const Encoder& encode) {
   return good ? 1 : 0;
 }
 
+int ConvertWhole(const ConvertCall& call, const PictureDecoder& decode, const PictureWriter& write, std::size_t maxBytes) {
+  Bytes source;
+  if (!call.source || !ReadWholeFile(call.source, source, maxBytes)) return 0;
+  Image img;
+  if (!decode(source, img)) return 0;
+  return WriteOne(call, [&](Sink& out) { return write(out, img); });
+}
+
 Series::Series(const ConvertCall& call, const char* suffix) : call_(call), suffix_(suffix) {
   wanted_ = call.arg1 > 0 ? call.arg1 : 1;
 }

@@ -3,7 +3,8 @@
 //
 // WriteOne: a converter that produces exactly one picture writes the target
 // path itself and returns 1 (0 when it could not), or in memory mode returns
-// the block's size.
+// the block's size. ConvertWhole is the whole of most such converters: the
+// source read (at most maxBytes), decoded into a picture, handed to a writer.
 //
 // Series: a converter that can produce several pictures writes them beside
 // the target as "<target drive and directory><source name>_%04d.<ext>",
@@ -17,12 +18,18 @@
 
 #include "common/call.h"
 #include "common/files.h"
+#include "common/image.h"
 
 namespace pix {
 
 using Encoder = std::function<bool(Sink&)>;
 
 int WriteOne(const ConvertCall& call, const Encoder& encode);
+
+using PictureDecoder = std::function<bool(const Bytes& source, Image& img)>;
+using PictureWriter = std::function<bool(Sink& out, const Image& img)>;
+int ConvertWhole(const ConvertCall& call, const PictureDecoder& decode, const PictureWriter& write,
+                 std::size_t maxBytes = std::size_t(1) << 30);
 
 class Series {
  public:

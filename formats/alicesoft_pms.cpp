@@ -17,8 +17,15 @@ namespace {
 constexpr std::uint32_t kMaxSide = 16384;
 constexpr std::uint32_t kHeaderSize = 48;
 
-// Decodes 8-bit codes into out (width x height, zero where the stream stops).
-void Decode8(ByteReader in, std::uint32_t w, std::vector<std::uint8_t>& out) {
+// Decodes the codes into out (width x height, zero where the stream stops).
+// Both depths share the copies from the rows above and the runs; 16-bit
+// counts are one less and add three codes of their own (FB/FA: one pixel
+// from the row above, left or right; F9: a run sharing one high byte).
+template <typename T>
+void Decode(ByteReader in, std::uint32_t w, std::vector<T>& out) {
+  constexpr bool kWide = sizeof(T) == 2;
+  constexpr std::size_t kBias = kWide ? 0 : 1;
+  auto value = [&in] { return kWide ? static_cast<T>(in.u16le()) : static_cast<T>(in.u8()); };
   std::size_t p = 0;
   const std::size_t n = out.size();
   auto from = [&](std::size_t back, std::size_t count) {
@@ -27,67 +34,35 @@ void Decode8(ByteReader in, std::uint32_t w, std::vector<std::uint8_t>& out) {
   while (p < n && !in.atEnd()) {
     const std::uint8_t c = in.u8();
     if (c <= 0xF7) {
-      out[p++] = c;
-    } else if (c == 0xFF || c == 0xFE) {
-      const std::size_t count = std::size_t(in.u8()) + 3;
-      if (in.bad()) break;
-      from(std::size_t(w) * (c == 0xFF ? 1 : 2), count);
-    } else if (c == 0xFD) {
-      const std::size_t count = std::size_t(in.u8()) + 4;
-      const std::uint8_t v = in.u8();
-      if (in.bad()) break;
-      for (std::size_t k = 0; k < count && p < n; ++k) out[p++] = v;
-    } else if (c == 0xFC) {
-      const std::size_t count = std::size_t(in.u8()) + 3;
-      const std::uint8_t a = in.u8(), b = in.u8();
-      if (in.bad()) break;
-      for (std::size_t k = 0; k < count && p < n; ++k) {
-        out[p++] = a;
-        if (p < n) out[p++] = b;
+      if (!kWide) {
+        out[p++] = c;
+        continue;
       }
-    } else {
-      const std::uint8_t v = in.u8();
-      if (in.bad()) break;
-      out[p++] = v;
-    }
-  }
-}
-
-// Decodes 16-bit codes into out (5:6:5 words).
-void Decode16(ByteReader in, std::uint32_t w, std::vector<std::uint16_t>& out) {
-  std::size_t p = 0;
-  const std::size_t n = out.size();
-  auto from = [&](std::size_t back, std::size_t count) {
-    for (std::size_t k = 0; k < count && p < n; ++k, ++p) out[p] = p >= back ? out[p - back] : 0;
-  };
-  while (p < n && !in.atEnd()) {
-    const std::uint8_t c = in.u8();
-    if (c <= 0xF7) {
       const std::uint8_t hi = in.u8();
       if (in.bad()) break;
-      out[p++] = static_cast<std::uint16_t>(hi << 8 | c);
+      out[p++] = static_cast<T>(hi << 8 | c);
     } else if (c == 0xFF || c == 0xFE) {
-      const std::size_t count = std::size_t(in.u8()) + 2;
+      const std::size_t count = std::size_t(in.u8()) + 2 + kBias;
       if (in.bad()) break;
       from(std::size_t(w) * (c == 0xFF ? 1 : 2), count);
     } else if (c == 0xFD) {
-      const std::size_t count = std::size_t(in.u8()) + 3;
-      const std::uint16_t v = in.u16le();
+      const std::size_t count = std::size_t(in.u8()) + 3 + kBias;
+      const T v = value();
       if (in.bad()) break;
       for (std::size_t k = 0; k < count && p < n; ++k) out[p++] = v;
     } else if (c == 0xFC) {
-      const std::size_t count = std::size_t(in.u8()) + 2;
-      const std::uint16_t a = in.u16le(), b = in.u16le();
+      const std::size_t count = std::size_t(in.u8()) + 2 + kBias;
+      const T a = value(), b = value();
       if (in.bad()) break;
       for (std::size_t k = 0; k < count && p < n; ++k) {
         out[p++] = a;
         if (p < n) out[p++] = b;
       }
-    } else if (c == 0xFB || c == 0xFA) {
+    } else if (kWide && (c == 0xFB || c == 0xFA)) {
       const std::size_t back = c == 0xFB ? std::size_t(w) + 1 : std::size_t(w) - 1;
       out[p] = (back > 0 && p >= back) ? out[p - back] : 0;
       ++p;
-    } else if (c == 0xF9) {
+    } else if (kWide && c == 0xF9) {
       const std::size_t count = std::size_t(in.u8()) + 1;
       const std::uint8_t a = in.u8();
       const unsigned high = ((a & 0xE0u) << 8) + ((a & 0x18u) << 6) + ((a & 0x07u) << 2);
@@ -95,11 +70,11 @@ void Decode16(ByteReader in, std::uint32_t w, std::vector<std::uint16_t>& out) {
         const std::uint8_t b = in.u8();
         if (in.bad()) break;
         const unsigned low = ((b & 0xC0u) << 5) + ((b & 0x3Cu) << 3) + (b & 0x03u);
-        if (p < n) out[p++] = static_cast<std::uint16_t>(high | low);
+        if (p < n) out[p++] = static_cast<T>(high | low);
       }
       if (in.bad()) break;
     } else {
-      const std::uint16_t v = in.u16le();
+      const T v = value();
       if (in.bad()) break;
       out[p++] = v;
     }
@@ -122,12 +97,12 @@ bool ReadPms(const Bytes& data, Image& img) {
       img.palette[i] = Rgb{in.at(extraAt + i * 3), in.at(extraAt + i * 3 + 1), in.at(extraAt + i * 3 + 2)};
     img.bits = 8;
     if (!img.allocate(w, h, 1)) return false;
-    Decode8(codes, w, img.pixels);
+    Decode(codes, w, img.pixels);
     return true;
   }
   if (!img.allocate(w, h, 3)) return false;
   std::vector<std::uint16_t> words(std::size_t(w) * h, 0);
-  Decode16(codes, w, words);
+  Decode(codes, w, words);
   for (std::size_t i = 0; i < words.size(); ++i) {
     const unsigned r = words[i] >> 11, g = (words[i] >> 5) & 63, b = words[i] & 31;
     img.pixels[i * 3] = static_cast<std::uint8_t>(r << 3 | r >> 2);
@@ -202,19 +177,15 @@ bool WritePms(Sink& s, const Image& img) {
 }  // namespace
 
 int PmsToBmp(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 64u << 20)) return 0;
-  Image img;
-  if (!ReadPms(data, img)) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, img.indexed() ? 8 : 24); });
+  return ConvertWhole(
+      call, [](const Bytes& data, Image& img) { return ReadPms(data, img); },
+      [](Sink& s, const Image& img) { return WriteBmp(s, img, img.indexed() ? 8 : 24); }, 64u << 20);
 }
 
 int BmpToPms(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, std::size_t(1) << 30)) return 0;
-  Image img;
-  if (!ReadBmpSource(data, img)) return 0;
-  return WriteOne(call, [&](Sink& s) { return WritePms(s, img); });
+  return ConvertWhole(
+      call, [](const Bytes& data, Image& img) { return ReadBmpSource(data, img); },
+      [](Sink& s, const Image& img) { return WritePms(s, img); }, std::size_t(1) << 30);
 }
 
 }  // namespace pix

@@ -35,11 +35,9 @@ bool WriteCmu(Sink& out, const Image& img) {
 int ImgToCmuA(const ConvertCall&) { return 0; }
 
 int ImgToCmuB(const ConvertCall& call) {
-  Bytes data;
-  if (!ReadWholeFile(call.source, data)) return 0;
-  Image img;
-  if (!ReadGemImage(data, img)) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteCmu(s, img); });
+  return ConvertWhole(
+      call, [](const Bytes& data, Image& img) { return ReadGemImage(data, img); },
+      [](Sink& s, const Image& img) { return WriteCmu(s, img); });
 }
 
 }  // namespace pix

@@ -175,11 +175,9 @@ bool Decode(const ByteReader& file, Image& img) {
 }  // namespace
 
 int RixToBmp(const ConvertCall& call) {
-  Bytes bytes;
-  if (!call.source || !ReadWholeFile(call.source, bytes)) return 0;
-  Image img;
-  if (!Decode(ByteReader(bytes), img)) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, 8); });
+  return ConvertWhole(
+      call, [](const Bytes& bytes, Image& img) { return Decode(ByteReader(bytes), img); },
+      [](Sink& s, const Image& img) { return WriteBmp(s, img, 8); });
 }
 
 }  // namespace pix

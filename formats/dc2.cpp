@@ -159,11 +159,9 @@ bool Decode(const Bytes& data, Image& img) {
 }  // namespace
 
 int Dc2ToTga(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 1 << 20)) return 0;
-  Image img;
-  if (!Decode(data, img)) return 0;
-  return WriteOne(call, [&](Sink& out) { return WriteTga(out, img); });
+  return ConvertWhole(
+      call, [](const Bytes& data, Image& img) { return Decode(data, img); },
+      [](Sink& out, const Image& img) { return WriteTga(out, img); }, 1 << 20);
 }
 
 }  // namespace pix

@@ -112,11 +112,9 @@ bool Decode(const ByteReader& in, Image& img) {
 }  // namespace
 
 int CbmFbmToSun(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data)) return 0;
-  Image img;
-  if (!Decode(ByteReader(data), img)) return 0;
-  return WriteOne(call, [&](Sink& out) { return WriteSun(out, img); });
+  return ConvertWhole(
+      call, [](const Bytes& data, Image& img) { return Decode(ByteReader(data), img); },
+      [](Sink& out, const Image& img) { return WriteSun(out, img); });
 }
 
 }  // namespace pix

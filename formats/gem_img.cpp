@@ -138,11 +138,9 @@ bool Decode(const ByteReader& file, Image& img) {
 bool ReadGemImage(const Bytes& data, Image& img) { return Decode(ByteReader(data), img); }
 
 int ImgToBmp(const ConvertCall& call) {
-  Bytes bytes;
-  if (!call.source || !ReadWholeFile(call.source, bytes)) return 0;
-  Image img;
-  if (!ReadGemImage(bytes, img)) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img); });
+  return ConvertWhole(
+      call, [](const Bytes& bytes, Image& img) { return ReadGemImage(bytes, img); },
+      [](Sink& s, const Image& img) { return WriteBmp(s, img); });
 }
 
 }  // namespace pix

@@ -37,19 +37,15 @@ bool ReadGimpPattern(const Bytes& data, Image& img) {
 }  // namespace
 
 int PatToBmp(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 1u << 30)) return 0;
-  Image img;
-  if (!ReadGimpPattern(data, img)) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, 24); });
+  return ConvertWhole(
+      call, [](const Bytes& data, Image& img) { return ReadGimpPattern(data, img); },
+      [](Sink& s, const Image& img) { return WriteBmp(s, img, 24); }, 1u << 30);
 }
 
 int PatToPpm(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 1u << 30)) return 0;
-  Image img;
-  if (!ReadGimpPattern(data, img)) return 0;
-  return WriteOne(call, [&](Sink& s) { return WritePnm(s, img); });
+  return ConvertWhole(
+      call, [](const Bytes& data, Image& img) { return ReadGimpPattern(data, img); },
+      [](Sink& s, const Image& img) { return WritePnm(s, img); }, 1u << 30);
 }
 
 }  // namespace pix

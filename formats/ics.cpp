@@ -248,11 +248,9 @@ bool Decode(const char* source, const Bytes& text, Image& img) {
 }  // namespace
 
 int IcsToDib(const ConvertCall& call) {
-  Bytes text;
-  if (!call.source || !ReadWholeFile(call.source, text)) return 0;
-  Image img;
-  if (!Decode(call.source, text, img)) return 0;
-  return WriteOne(call, [&](Sink& out) { return WriteBmp(out, img); });
+  return ConvertWhole(
+      call, [&call](const Bytes& text, Image& img) { return Decode(call.source, text, img); },
+      [](Sink& out, const Image& img) { return WriteBmp(out, img); });
 }
 
 }  // namespace pix

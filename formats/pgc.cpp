@@ -46,11 +46,9 @@ bool Decode(const Bytes& data, Image& img) {
 }  // namespace
 
 int PgcToPbm(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data)) return 0;
-  Image img;
-  if (!Decode(data, img)) return 0;
-  return WriteOne(call, [&](Sink& out) { return WritePnm(out, img, true); });
+  return ConvertWhole(
+      call, [](const Bytes& data, Image& img) { return Decode(data, img); },
+      [](Sink& out, const Image& img) { return WritePnm(out, img, true); });
 }
 
 }  // namespace pix
