@@ -237,8 +237,13 @@ TEST(Previews, ConcurrentCallsGiveTheSingleThreadResults) {
       for (int round = 0; round < 6; ++round) {
         for (std::size_t k = 0; k < jobs.size(); ++k) {
           std::size_t i = (k + static_cast<std::size_t>(t) * 7 + static_cast<std::size_t>(round)) % jobs.size();
-          Job r = run(jobs[i], s.path("t" + std::to_string(t) + "-" + std::to_string(round) + "-" + std::to_string(k)));
-          if (r.result != jobs[i].result || r.block != jobs[i].block) {
+          const std::string name = "t" + std::to_string(t) + "-" + std::to_string(round) + "-" + std::to_string(k);
+          Job r = run(jobs[i], s.path(name));
+          // a FITS header carries the day of conversion: across midnight a
+          // result differs from the first one, so it is compared with a fresh
+          // run before it counts
+          auto differs = [&](const Job& want) { return r.result != want.result || r.block != want.block; };
+          if (differs(jobs[i]) && differs(run(jobs[i], s.path(name + "-again")))) {
             if (mismatches++ < 5)
               std::printf("mismatch: %s -> %s: %d vs %d, %zu vs %zu bytes\n", jobs[i].source.c_str(), jobs[i].target.c_str(), r.result,
                           jobs[i].result, r.block.size(), jobs[i].block.size());
