@@ -162,6 +162,23 @@ std::size_t JpegHeaderLength(const ByteReader& in, std::size_t at) {
   return Charged(r, JpegWalk(r, true));
 }
 
+bool CopyStoredStreams(const ByteReader& r, std::string_view signature, StreamLength length, std::size_t minLength,
+                       Series& series, int& found) {
+  for (std::size_t at = FindBytes(r, 0, signature);
+       at != kNotFound && found < kMaxStoredPictures && !series.done() && ScanBudgetLeft();) {
+    const std::size_t n = length(r, at);
+    if (n == 0 || n < minLength) {
+      at = FindBytes(r, at + 1, signature);
+      continue;
+    }
+    ++found;
+    const ByteReader stream = r.sub(at, n);
+    if (!series.add([&](Sink& s) { return s.write(stream.data(), stream.size()); })) return false;
+    at = FindBytes(r, at + n, signature);
+  }
+  return true;
+}
+
 bool ScanBudgetLeft() {
   const CallScope* scope = CallScope::Current();
   return !scope || !scope->exceeded();

@@ -11,6 +11,7 @@
 #include "common/call.h"
 #include "common/files.h"
 #include "common/reader.h"
+#include "common/series.h"
 
 namespace pix {
 
@@ -40,6 +41,17 @@ std::size_t JpegStreamLength(const ByteReader& in, std::size_t at);
 // Length of the JPEG's header at `at`, up to and including the first scan's
 // header (a frame header of accepted size before it); 0 when it does not hold.
 std::size_t JpegHeaderLength(const ByteReader& in, std::size_t at);
+
+// Copies the streams of one kind stored anywhere in r into the series, in
+// file order: every place where `signature` stands and `length` walks a
+// stream of at least minLength bytes (a stream found is passed over whole).
+// `found` counts them, across calls too; the copy stops at kMaxStoredPictures,
+// once memory mode has its picture, or when the read budget is spent. False
+// when a file could not be written.
+using StreamLength = std::size_t (*)(const ByteReader& in, std::size_t at);
+inline constexpr int kMaxStoredPictures = 10000;
+bool CopyStoredStreams(const ByteReader& r, std::string_view signature, StreamLength length, std::size_t minLength,
+                       Series& series, int& found);
 
 // Walking candidates is charged to the call's read budget (as reading the
 // bytes walked over would be); scans stop once this turns false.

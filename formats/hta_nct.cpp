@@ -20,8 +20,6 @@
 namespace pix {
 namespace {
 
-constexpr int kMaxPictures = 10000;
-
 bool HasArchiveSignature(const ByteReader& r) {
   static const std::uint8_t kSignature[8] = {0x89, 'H', 'T', 'A', 0x0D, 0x0A, 0x1A, 0x0A};
   for (std::size_t i = 0; i < 8; ++i)
@@ -29,39 +27,22 @@ bool HasArchiveSignature(const ByteReader& r) {
   return r.has(0, 16);
 }
 
-bool Copy(Series& series, const ByteReader& png) {
-  return series.add([&](Sink& s) { return s.write(png.data(), png.size()); });
-}
-
 // The member table; false when the archive is not sound enough to walk.
 bool CopyMembers(const ByteReader& r, Series& series) {
   const std::uint64_t count = r.u32leAt(12);
   const std::uint64_t tableEnd = 16 + 8 * count;
   if (count == 0 || tableEnd > r.size()) return false;
-  for (std::uint64_t i = 0; i < count && i < kMaxPictures && !series.done(); ++i) {
+  for (std::uint64_t i = 0; i < count && i < kMaxStoredPictures && !series.done(); ++i) {
     const std::uint64_t offset = r.u32leAt(16 + 8 * i), length = r.u32leAt(20 + 8 * i);
     if (offset < tableEnd || length == 0 || offset + length > r.size()) continue;
     const ByteReader member = r.sub(offset, length);
     if (!IsPngSignature(member, 0)) continue;
     const std::size_t png = PngStreamLength(member, 0);
     if (png == 0) continue;
-    if (!Copy(series, member.sub(0, png))) break;
+    const ByteReader stored = member.sub(0, png);
+    if (!series.add([&](Sink& s) { return s.write(stored.data(), stored.size()); })) break;
   }
   return true;
-}
-
-void ScanForPngs(const ByteReader& r, Series& series) {
-  int found = 0;
-  for (std::size_t at = FindBytes(r, 0, "\x89PNG"); at != kNotFound && found < kMaxPictures && !series.done() && ScanBudgetLeft();) {
-    const std::size_t length = PngStreamLength(r, at);
-    if (length == 0) {
-      at = FindBytes(r, at + 1, "\x89PNG");
-      continue;
-    }
-    ++found;
-    if (!Copy(series, r.sub(at, length))) return;
-    at = FindBytes(r, at + length, "\x89PNG");
-  }
 }
 
 }  // namespace
@@ -75,7 +56,8 @@ int HtaNctToPng(const ConvertCall& call) {
   if (HasArchiveSignature(r)) {
     if (!CopyMembers(r, series)) return 0;
   } else {
-    ScanForPngs(r, series);
+    int found = 0;
+    CopyStoredStreams(r, "\x89PNG", PngStreamLength, 1, series, found);
   }
   return series.finish();
 }

@@ -21,23 +21,10 @@ namespace pix {
 namespace {
 
 constexpr std::size_t kMinJpeg = 128;
-constexpr int kMaxPictures = 10000;
 
+// A file that cannot be written ends the whole scan.
 void ScanForJpegs(const ByteReader& r, Series& series, int& found) {
-  for (std::size_t at = FindBytes(r, 0, "\xFF\xD8\xFF"); at != kNotFound && found < kMaxPictures && !series.done() && ScanBudgetLeft();) {
-    const std::size_t length = JpegStreamLength(r, at);
-    if (length < kMinJpeg) {
-      at = FindBytes(r, at + 1, "\xFF\xD8\xFF");
-      continue;
-    }
-    ++found;
-    const ByteReader jpeg = r.sub(at, length);
-    if (!series.add([&](Sink& s) { return s.write(jpeg.data(), jpeg.size()); })) {
-      found = kMaxPictures;
-      return;
-    }
-    at = FindBytes(r, at + length, "\xFF\xD8\xFF");
-  }
+  if (!CopyStoredStreams(r, "\xFF\xD8\xFF", JpegStreamLength, kMinJpeg, series, found)) found = kMaxStoredPictures;
 }
 
 }  // namespace
@@ -54,7 +41,7 @@ int SddToJpeg(const ConvertCall& call) {
   if (compound)
     cf.forEachStream([&](const std::string&, const Bytes& stream) {
       ScanForJpegs(ByteReader(stream), series, found);
-      return found < kMaxPictures && !series.done();
+      return found < kMaxStoredPictures && !series.done();
     });
   if (!compound && found == 0) ScanForJpegs(r, series, found);
   return series.finish();
