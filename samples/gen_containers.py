@@ -1,12 +1,12 @@
 """Writes one small sample source per container converter into this folder
 and lists them in containers.list (source file, target name)."""
-import io
 import os
 import random
 import struct
 import zlib
 
 from PIL import Image
+from genlib import encode, write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
@@ -20,20 +20,9 @@ def noise(w, h, seed, mode):
     return im
 
 
-def encode(im, fmt, **kw):
-    buf = io.BytesIO()
-    im.save(buf, fmt, **kw)
-    return buf.getvalue()
-
-
 def filler(n, seed):
     rnd = random.Random(seed)
     return bytes(rnd.randrange(97, 117) for _ in range(n))
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), "wb") as f:
-        f.write(data)
 
 
 def png_album():

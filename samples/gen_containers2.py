@@ -13,6 +13,7 @@ import subprocess
 import zipfile
 
 from PIL import Image
+from genlib import encode, write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 REF = os.path.join(HERE, "ref")
@@ -30,20 +31,9 @@ def builtin(name, size=None):
     return im
 
 
-def encode(im, fmt, **kw):
-    buf = io.BytesIO()
-    im.save(buf, fmt, **kw)
-    return buf.getvalue()
-
-
 def filler(n, seed):
     rnd = random.Random(seed)
     return bytes(rnd.randrange(97, 123) for _ in range(n))
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), "wb") as f:
-        f.write(data)
 
 
 def ref_png(name, im):

@@ -13,16 +13,12 @@ import subprocess
 import tempfile
 
 from PIL import BdfFontFile
+from genlib import write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
 
 ROWS = []
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), 'wb') as f:
-        f.write(data)
 
 
 def pnm(name, w, h, px, grey=False):

@@ -10,6 +10,7 @@ import struct
 import subprocess
 
 from PIL import Image
+from genlib import byterun1
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROWS = []
@@ -67,24 +68,6 @@ def picture(w, h, colours_of):
 
 
 # ---- IFF: EA ILBM / PBM and the Maxis IFF of The Sims ----
-
-def byterun1(data):
-    out, i = bytearray(), 0
-    while i < len(data):
-        run = 1
-        while i + run < len(data) and run < 128 and data[i + run] == data[i]:
-            run += 1
-        if run >= 3:
-            out += bytes([257 - run, data[i]])
-            i += run
-            continue
-        j = i
-        while j < len(data) and j - i < 128 and not (j + 2 < len(data) and data[j] == data[j + 1] == data[j + 2]):
-            j += 1
-        out += bytes([j - i - 1]) + data[i:j]
-        i = j
-    return bytes(out)
-
 
 def chunk(cid, data):
     return cid + struct.pack(">I", len(data)) + data + (b"\0" if len(data) % 2 else b"")
@@ -745,24 +728,6 @@ def gen_hs2():
     row("raster_a_poster.hs2", "poster.bmp", "bmptopnm", "raster_a_poster", "result=1", "bad=cut:0")
 
 
-def cfa_rle(data):
-    out, i = bytearray(), 0
-    while i < len(data):
-        n = 1
-        while i + n < len(data) and n < 128 and data[i + n] == data[i]:
-            n += 1
-        if n >= 3:
-            out += bytes([127 + n, data[i]])
-            i += n
-            continue
-        j = i
-        while j < len(data) and j - i < 128 and not (j + 2 < len(data) and data[j] == data[j + 1] == data[j + 2]):
-            j += 1
-        out += bytes([j - i - 1]) + data[i:j]
-        i = j
-    return bytes(out)
-
-
 def gen_cfa():
     # three frames of 5-bit values through a table into the grey ramp used without PAL.COL
     w, h, bits = 41, 27, 5
@@ -778,7 +743,7 @@ def gen_cfa():
             acc += "0" * (8 * stride - len(acc))
             raw += bytes(int(acc[i:i + 8], 2) for i in range(0, len(acc), 8))
     head = struct.pack("<HHHHHBBH", w, h, stride, 0, 0, bits, len(frames), 76 + len(table)).ljust(76, b"\0")
-    data = head + table + cfa_rle(bytes(raw))
+    data = head + table + byterun1(bytes(raw), repeat=lambda n: 127 + n)
     write("raster_a_walk.cfa", data)
     for n, fr in enumerate(frames, 1):
         save_ref("raster_a_walk_%d" % n, picture(w, h, [((v >> 3) * 8 + 4,) * 3 for v in fr]))
@@ -846,8 +811,6 @@ def gen_gaf():
     raw = list(grey.getdata())
     holes = [trans if v < 60 else v for v in raw]
     w, h = grey.size
-    frames = []                                     # (header fields, data) in file order
-    body = bytearray()
     base = 12 + 4 * 2
     entry1 = struct.pack("<HHI32s", 1, 1, 0, b"rose") + b"F1F1F1F1"
     entry2 = struct.pack("<HHI32s", 2, 1, 0, b"roses") + b"F2F2F2F2F3F3F3F3"

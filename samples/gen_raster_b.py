@@ -7,21 +7,12 @@ the format, otherwise built here byte by byte."""
 import os
 import shutil
 import struct
-import subprocess
 import tempfile
+from genlib import run, write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 TMP = tempfile.mkdtemp(prefix="gen_raster_b_")
 ROWS = []
-
-
-def run(cmd, data=None):
-    return subprocess.run(cmd, input=data, stdout=subprocess.PIPE, check=True).stdout
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), "wb") as f:
-        f.write(data)
 
 
 def tmp(name):

@@ -4,13 +4,9 @@ import os
 import struct
 import subprocess
 import zlib
+from genlib import byterun1, write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), "wb") as f:
-        f.write(data)
 
 
 def screen():
@@ -468,25 +464,6 @@ def oric():
 
 # ---- Atari ST ----
 
-def packbits(p):
-    """PackBits, the way Degas packs each plane of a line."""
-    out, i = bytearray(), 0
-    while i < len(p):
-        run = 1
-        while i + run < len(p) and p[i + run] == p[i] and run < 128:
-            run += 1
-        if run >= 3:
-            out += bytes([257 - run, p[i]])
-            i += run
-        else:
-            j = i
-            while j < len(p) and j - i < 128 and not (j + 2 < len(p) and p[j] == p[j + 1] == p[j + 2]):
-                j += 1
-            out += bytes([j - i - 1]) + p[i:j]
-            i = j
-    return bytes(out)
-
-
 def st_pixels(body, planes, width, height):
     """Colour indexes of an interleaved-plane ST screen."""
     words = width // 16 * planes
@@ -539,7 +516,7 @@ def atari():
     for y in range(200):
         line = body[y * 160:(y + 1) * 160]
         for p in range(4):
-            packed += packbits(b"".join(line[(g * 4 + p) * 2:(g * 4 + p) * 2 + 2] for g in range(20)))
+            packed += byterun1(b"".join(line[(g * 4 + p) * 2:(g * 4 + p) * 2 + 2] for g in range(20)))
     write("retro_packed.pc1", struct.pack(">H", 0x8000) + palette + bytes(packed) + b"\x5A" * 32)
     write("retro_packed.pc3", struct.pack(">H", 0x8002) + palette + bytes(packed) + b"\x5A" * 32)
     write("retro_icon.icn", bytes([15, 0, 7, 0]) + bytes(range(64)))

@@ -19,22 +19,14 @@ file's last short 512-byte block is not counted (edges.pjs, theme.tsk), a
 import os
 import random
 import struct
-import subprocess
+
+from genlib import run, write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
 
-def run(cmd, data=None):
-    return subprocess.run(cmd, input=data, stdout=subprocess.PIPE, check=True).stdout
-
-
 def magick(*args):
     return run(["convert", *args])
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), "wb") as f:
-        f.write(data)
 
 
 def filler(n, seed):

@@ -6,13 +6,9 @@ Deterministic: the same files on every run. Run with /usr/bin/python3.
 import math
 import os
 import struct
+from genlib import write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), "wb") as f:
-        f.write(data)
 
 
 def picture(w, h, base=20000, amp=6000):

@@ -12,14 +12,10 @@ import subprocess
 import zlib
 
 from PIL import Image
+from genlib import write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROWS = []
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), "wb") as f:
-        f.write(data)
 
 
 def ref(name, img):

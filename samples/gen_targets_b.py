@@ -7,14 +7,10 @@ import struct
 import subprocess
 
 from PIL import Image, ImageDraw, ImageFont
+from genlib import write
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROWS = []
-
-
-def write(name, data):
-    with open(os.path.join(HERE, name), "wb") as f:
-        f.write(data)
 
 
 def save_ref(name, img):
@@ -128,7 +124,7 @@ def draw_reference():
         return (p[0] / INCH * DPI, (DRAW_H * INCH - p[1]) / INCH * DPI)
 
     for fill, outline, width, elements in SHAPES:
-        subs, cur, last = [], None, None
+        subs, cur = [], None
         for e in elements:
             if e[0] == "move":
                 cur = [e[1]]
