@@ -1,7 +1,7 @@
 // OLE2 compound files read through libolecf: the root storage's named
 // streams, and every stream of the file depth first. A stream is read whole
 // only when its declared size fits in the file (a real stream never exceeds
-// it), and all reading of one call stays within its allowance. A file whose
+// it), and what is read is charged to the call's read budget. A file whose
 // structure does not hold together (compound_check.cpp) is not handed to the
 // library.
 #include "extract/compound_file.h"
@@ -9,6 +9,8 @@
 #include <libolecf.h>
 
 #include <cstring>
+
+#include "common/budget.h"
 
 namespace pix {
 namespace {
@@ -36,7 +38,6 @@ struct CompoundFile::Impl {
   libolecf_file_t* file = nullptr;
   bool opened = false;
   std::uint64_t fileSize = 0;
-  std::uint64_t allowance = 0;  // bytes that may still be read
   int items = 0;
 
   ~Impl() {
@@ -51,8 +52,7 @@ struct CompoundFile::Impl {
       Drop(error);
       return false;
     }
-    if (size > fileSize || size > allowance) return false;
-    allowance -= size;
+    if (size > fileSize || !ChargeRead(size)) return false;
     try {
       out.assign(size, 0);
     } catch (...) {
@@ -96,7 +96,7 @@ struct CompoundFile::Impl {
       return true;
     }
     for (int i = 0; i < count; ++i) {
-      if (++items > kMaxItems) return false;
+      if (++items > kMaxItems || BudgetSpent()) return false;
       ItemOwner sub;
       if (libolecf_item_get_sub_item(storage, i, &sub.item, &error) != 1) {
         Drop(error);
@@ -137,7 +137,6 @@ bool CompoundFile::open(const char* path) {
     const std::int64_t size = in ? in.size() : -1;
     if (size <= 0) return false;
     impl->fileSize = static_cast<std::uint64_t>(size);
-    impl->allowance = 64 * impl->fileSize + (std::uint64_t(256) << 20);
   }
   libolecf_error_t* error = nullptr;
   if (libolecf_file_initialize(&impl->file, &error) != 1) {

@@ -36,8 +36,7 @@ class CompoundFile {
 
   // Every stream, storages walked depth first in the directory's order, with
   // its name and bytes; `visit` returns false to stop. Streams that cannot be
-  // read are passed over; the walk stops once the bytes read would pass the
-  // call's reading allowance (64 times the file plus 256 MiB).
+  // read are passed over; the walk stops once the call's read budget is spent.
   void forEachStream(const std::function<bool(const std::string& name, const Bytes& data)>& visit);
 
  private:

@@ -254,17 +254,21 @@ int WalkFrames(InFile& in, int start, int count, Emit emit) {
       const std::uint64_t need = frameSize - kFrameHeader;
       const std::int64_t left = std::max<std::int64_t>(0, fileSize - in.tell());
       // A frame cut short by the end of the file is decoded from what it
-      // holds, the missing bytes read as zeros, and ends the animation.
+      // holds, the missing bytes read as zeros, and ends the animation. No
+      // chunk takes more than a few bytes per pixel, so the zeros of a frame
+      // that claims far more than the file holds stop well before its size.
       cut = static_cast<std::int64_t>(need) > left;
       const std::size_t have = cut ? static_cast<std::size_t>(left) : static_cast<std::size_t>(need);
+      const std::uint64_t pad = 8 * std::uint64_t(h.width) * std::uint64_t(h.height) + 65536;
+      const std::size_t size = static_cast<std::size_t>(cut ? std::min<std::uint64_t>(need, have + pad) : need);
       try {
-        if (data.size() < need) data.resize(static_cast<std::size_t>(need));
+        if (data.size() < size) data.resize(size);
       } catch (...) {
         return kNoMemory;
       }
       if (in.read(data.data(), have) != have) return kShortRead;
-      std::fill(data.begin() + static_cast<std::ptrdiff_t>(have), data.begin() + static_cast<std::ptrdiff_t>(need), 0);
-      dec.applyChunks(data.data(), static_cast<std::size_t>(need), chunks);
+      std::fill(data.begin() + static_cast<std::ptrdiff_t>(have), data.begin() + static_cast<std::ptrdiff_t>(size), 0);
+      dec.applyChunks(data.data(), size, chunks);
     }
     if (f >= start) {
       bool done = false;

@@ -158,6 +158,9 @@ int PPTtoJPG(const char* source, const char* target, int wanted, unsigned char**
   });
 }
 
-int compteFichiers_PPS_jpeg(const char* path) { return CountPpsStreams(path); }
+int compteFichiers_PPS_jpeg(const char* path) {
+  pix::CallScope scope(path);
+  return CountPpsStreams(path);
+}
 
 }  // extern "C"
