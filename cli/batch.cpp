@@ -44,6 +44,7 @@ struct Job {
   fs::path source;
   fs::path targetDir;
   std::string targetName;
+  pix::RouteMatch match;  // looked up once, before the run
 };
 
 struct Options {
@@ -71,10 +72,7 @@ bool Inside(const fs::path& dir, const fs::path& root) {
 std::string RouteConverter(const pix::RouteMatch& m, const char* source) {
   if (m.kind == pix::RouteMatch::CatchAll) return pix::kCatchAllConverter;
   if (m.kind != pix::RouteMatch::Row) return "";
-  std::string name = pix::ChooseConverter(*m.route, source).name;
-  if (name == "PptToJpgRoute") return "PPTtoJPG";
-  if (name == "Pc1ToIffRoute") return "PC1toIFF";
-  return name;
+  return pix::ChooseConverter(*m.route, source).name;
 }
 
 std::vector<std::string> Lines(const std::string& text) {
@@ -105,7 +103,7 @@ class Runner {
       FileReport& r = reports_[i];
       r.source = jobs_[i].source.string();
       r.target = (jobs_[i].targetDir / jobs_[i].targetName).string();
-      pix::RouteMatch m = pix::LookUpRoute(r.source.c_str(), r.target.c_str());
+      const pix::RouteMatch m = jobs_[i].match = pix::LookUpRoute(r.source.c_str(), r.target.c_str());
       r.route = m.kind == pix::RouteMatch::Row ? m.route->number : m.kind == pix::RouteMatch::CatchAll ? -1 : 0;
       r.converter = RouteConverter(m, r.source.c_str());
       r.status = m.kind == pix::RouteMatch::NoMatch ? "skipped" : "not started";
@@ -161,13 +159,11 @@ class Runner {
       r.messages = Lines(capture.text());
     }
     r.ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
-    pix::RouteMatch m = pix::LookUpRoute(r.source.c_str(), r.target.c_str());
-    const bool zeroIsSuccess = m.kind == pix::RouteMatch::Row && m.route->result == pix::Result::ZeroIsSuccess;
     std::vector<fs::path> made;
     for (const auto& e : fs::directory_iterator(staging, ec))
       if (e.is_regular_file() && e.file_size() > 0) made.push_back(e.path());
     std::sort(made.begin(), made.end());
-    const bool ok = (zeroIsSuccess ? r.result == 0 : r.result > 0) && !made.empty();
+    const bool ok = pix::RouteSucceeded(job.match, r.result) && !made.empty();
     r.status = ok ? "converted" : "failed";
     if (ok) {
       fs::create_directories(job.targetDir, ec);
@@ -319,7 +315,7 @@ std::vector<Job> WalkJobs(const Options& o) {
   std::vector<Job> jobs;
   for (const fs::path& f : files) {
     fs::path rel = fs::relative(f, o.src, ec);
-    jobs.push_back({f, o.out / rel.parent_path(), f.stem().string() + o.ext});
+    jobs.push_back({f, o.out / rel.parent_path(), f.stem().string() + o.ext, {}});
   }
   return jobs;
 }
@@ -334,7 +330,7 @@ std::vector<Job> PlanJobs(const Options& o) {
     std::string src, dst;
     if (!(words >> src >> dst) || src[0] == '#' || !seen.insert({src, dst}).second) continue;
     fs::path s = o.src / src;
-    jobs.push_back({s, o.out / s.filename(), dst});
+    jobs.push_back({s, o.out / s.filename(), dst, {}});
   }
   return jobs;
 }

@@ -1,20 +1,15 @@
 // The contact sheet of a batch run: index.html in the output folder, with a
 // PNG thumbnail (made through MagickCore) of every output it can read, the
 // source, route and result under each, and the messages of failures.
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
 
 #include "cli/batch.h"
-
-#ifdef PIXMISC_HAVE_MAGICK
-#include <magick/MagickCore.h>
-#endif
+#include "common/magick.h"
+#include "common/paths.h"
 
 namespace pixcli {
 namespace {
@@ -38,50 +33,16 @@ std::string Html(const std::string& s) {
 // Formats whose files carry no signature MagickCore could go by.
 const std::map<std::string, std::string> kPrefix = {{".tga", "TGA:"}, {".pct", "PICT:"}, {".wlm", "TGA:"}};
 
-#ifdef PIXMISC_HAVE_MAGICK
-// A thumbnail of at most 160 x 120 of the first picture of `path`; false
-// when MagickCore cannot read it.
+// A thumbnail of the first picture of `path`, through MagickCore.
 bool Thumbnail(const std::string& path, const std::string& png) {
-  std::string ext = fs::path(path).extension().string();
-  for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  auto prefix = kPrefix.find(ext);
+  auto prefix = kPrefix.find(pix::Lower(fs::path(path).extension().string()));
   const std::string name = (prefix == kPrefix.end() ? "" : prefix->second) + path;
-  if (name.size() >= MaxTextExtent || png.size() + 4 >= MaxTextExtent) return false;
-  ExceptionInfo* ex = AcquireExceptionInfo();
-  ImageInfo* info = CloneImageInfo(nullptr);
-  std::strcpy(info->filename, name.c_str());
-  bool ok = false;
-  if (Image* img = ReadImage(info, ex)) {
-    // small pictures are enlarged by whole pixels, large ones shrunk smoothly
-    const double fit = std::min(160.0 / img->columns, 120.0 / img->rows);
-    const double scale = fit >= 1 ? std::min(8.0, std::floor(fit)) : fit;
-    const size_t w = std::max<size_t>(1, static_cast<size_t>(img->columns * scale));
-    const size_t h = std::max<size_t>(1, static_cast<size_t>(img->rows * scale));
-    if (Image* t = scale >= 1 ? SampleImage(img, w, h, ex) : ThumbnailImage(img, w, h, ex)) {
-      std::strcpy(t->filename, ("PNG:" + png).c_str());
-      ImageInfo* out = CloneImageInfo(nullptr);
-      ok = WriteImage(out, t) == MagickTrue;
-      DestroyImageInfo(out);
-      DestroyImage(t);
-    }
-    DestroyImageList(img);
-  }
-  DestroyImageInfo(info);
-  DestroyExceptionInfo(ex);
-  return ok && fs::exists(png);
+  return pix::MagickThumbnail(name, png) && fs::exists(png);
 }
-#else
-bool Thumbnail(const std::string&, const std::string&) { return false; }
-#endif
 
 }  // namespace
 
 void WriteGallery(const std::string& outDir, const std::vector<FileReport>& files) {
-#ifdef PIXMISC_HAVE_MAGICK
-  // started once per process (the library's Radiance route may have done so
-  // already) and left running for the conversions that may follow
-  if (IsMagickCoreInstantiated() == MagickFalse) MagickCoreGenesis("pixmisc", MagickFalse);
-#endif
   const fs::path thumbs = fs::path(outDir) / "thumbs";
   std::error_code ec;
   fs::create_directories(thumbs, ec);

@@ -102,14 +102,12 @@ int Convert(const char* src, const char* dst) {
     const auto size = fs::file_size(dir / n, ec);
     (ec || size == 0 ? empty : written).push_back(n);
   }
-  bool zeroIsSuccess = false;
   const char* converter = pix::kCatchAllConverter;
   std::string described;
   if (m.kind == pix::RouteMatch::CatchAll) {
     std::printf("route: catch-all (%s)\n", pix::kCatchAllConverter);
     std::printf("result: %d\n", result);
   } else {
-    zeroIsSuccess = m.route->result == pix::Result::ZeroIsSuccess;
     described = pix::DescribeConverter(*m.route);
     converter = described.c_str();
     std::printf("route: %d (%s)\n", m.route->number, converter);
@@ -117,7 +115,7 @@ int Convert(const char* src, const char* dst) {
   }
   std::printf("files written: %zu\n", written.size());
   for (const auto& n : written) std::printf("  %s\n", (dir / n).string().c_str());
-  bool ok = zeroIsSuccess ? result == 0 : result > 0;
+  const bool ok = pix::RouteSucceeded(m, result);
   std::fflush(stdout);  // the report first, then what went wrong
   if (!empty.empty()) {
     std::string names;
@@ -155,7 +153,9 @@ int Routes() {
     if (r.argCount >= 2) args += ", " + std::to_string(r.arg2);
     std::printf("%3d  %-16s %-6s %-28s %s%s\n", r.number, src.c_str(), r.target, args.empty() ? "-" : args.c_str(),
                 pix::DescribeConverter(r).c_str(),
-                pix::IsPlaceholder(r.converter) ? "  [layout unknown: recognises nothing]" : "");
+                !pix::IsPlaceholder(r.converter)    ? ""
+                : r.decision == pix::Decision::None ? "  [layout unknown: recognises nothing]"
+                                                    : "  [the first kind's layout unknown: recognises nothing]");
   }
   std::printf("catch-all  (any)  ");
   for (const char* t : pix::CatchAllTargets()) std::printf("%s ", t);

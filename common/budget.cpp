@@ -33,12 +33,11 @@ CallScope::CallScope(const char* source) : CallScope(source, BudgetLimits::ForSo
 CallScope::CallScope(const char*, const BudgetLimits& limits) : limits_(limits) {
   if (tCurrent) return;  // nested: the outer scope keeps the accounts
   outer_ = true;
-  previous_ = tCurrent;
   tCurrent = this;
 }
 
 CallScope::~CallScope() {
-  if (outer_) tCurrent = previous_;
+  if (outer_) tCurrent = nullptr;
 }
 
 CallScope* CallScope::Current() { return tCurrent; }
@@ -86,7 +85,7 @@ bool BudgetSpent() {
   return scope && scope->exceeded();
 }
 
-void CallScope::noteCreated(const std::string& path, bool existed) {
+void CallScope::recordCreated(const std::string& path, bool existed) {
   if (!existed) created_.push_back(path);
 }
 

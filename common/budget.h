@@ -51,14 +51,11 @@ class CallScope {
   bool chargeFile();
   bool exceeded() const { return exceeded_; }
   // A file opened for writing by this call; existed says whether it was there before.
-  void noteCreated(const std::string& path, bool existed);
-  // Files this call created (not those it only overwrote), in order.
-  const std::vector<std::string>& created() const { return created_; }
+  void recordCreated(const std::string& path, bool existed);
 
  private:
   void exceed(const char* what, bool& said);
   bool outer_ = false;
-  CallScope* previous_ = nullptr;
   BudgetLimits limits_;
   std::uint64_t read_ = 0, written_ = 0, files_ = 0;
   bool exceeded_ = false, saidRead_ = false, saidWrite_ = false, saidFiles_ = false;

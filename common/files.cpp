@@ -126,7 +126,7 @@ bool Sink::open(const char* path) {
   }
   const bool existed = platform::FileExists(path);
   f_ = std::fopen(path, "wb");
-  if (f_ && scope) scope->noteCreated(path, existed);
+  if (f_ && scope) scope->recordCreated(path, existed);
   return f_ != nullptr;
 }
 

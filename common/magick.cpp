@@ -9,6 +9,8 @@
 #ifdef PIXMISC_MAGICK
 #include <magick/MagickCore.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -22,6 +24,8 @@ namespace {
 constexpr std::size_t kMaxSource = std::size_t(1) << 30;
 
 void Quiet(const ExceptionType, const char*, const char*) {}
+
+std::once_flag gStarted;
 
 void StartMagick() {
   MagickCoreGenesis(nullptr, MagickFalse);
@@ -53,8 +57,7 @@ bool Failed(const ExceptionInfo* e) { return e->severity >= ErrorException; }
 bool MagickConvert(const char* source, const char* sourceFormat, const char* format, Bytes& out) {
   Bytes in;
   if (!ReadWholeFile(source, in, kMaxSource) || in.empty()) return false;
-  static std::once_flag started;
-  std::call_once(started, StartMagick);
+  std::call_once(gStarted, StartMagick);
 
   InfoOwner info;
   ExceptionOwner exception;
@@ -79,12 +82,37 @@ bool MagickConvert(const char* source, const char* sourceFormat, const char* for
   return good;
 }
 
+bool MagickThumbnail(const std::string& source, const std::string& png) {
+  if (source.size() >= MaxTextExtent || png.size() + 4 >= MaxTextExtent) return false;
+  std::call_once(gStarted, StartMagick);
+  InfoOwner info;
+  ExceptionOwner exception;
+  if (!info.p || !exception.p) return false;
+  CopyMagickString(info.p->filename, source.c_str(), MaxTextExtent);
+  ImageOwner image;
+  image.p = ReadImage(info.p, exception.p);
+  if (!image.p) return false;
+  // small pictures are enlarged by whole pixels, large ones shrunk smoothly
+  const double fit = std::min(160.0 / image.p->columns, 120.0 / image.p->rows);
+  const double scale = fit >= 1 ? std::min(8.0, std::floor(fit)) : fit;
+  const size_t w = std::max<size_t>(1, static_cast<size_t>(image.p->columns * scale));
+  const size_t h = std::max<size_t>(1, static_cast<size_t>(image.p->rows * scale));
+  ImageOwner thumb;
+  thumb.p = scale >= 1 ? SampleImage(image.p, w, h, exception.p) : ThumbnailImage(image.p, w, h, exception.p);
+  if (!thumb.p) return false;
+  CopyMagickString(thumb.p->filename, ("PNG:" + png).c_str(), MaxTextExtent);
+  InfoOwner out;
+  return out.p && WriteImage(out.p, thumb.p) == MagickTrue;
+}
+
 #else
 
 bool MagickConvert(const char*, const char*, const char*, Bytes&) {
   PrintErr("this conversion needs ImageMagick, which this build leaves out\n");
   return false;
 }
+
+bool MagickThumbnail(const std::string&, const std::string&) { return false; }
 
 #endif
 

@@ -3,6 +3,8 @@
 // build) keep the call: it prints one line saying so and fails.
 #pragma once
 
+#include <string>
+
 #include "common/files.h"
 
 namespace pix {
@@ -14,5 +16,13 @@ namespace pix {
 // source cannot be read or decoded, the encoding fails, or the build has no
 // ImageMagick.
 bool MagickConvert(const char* source, const char* sourceFormat, const char* format, Bytes& out);
+
+// A PNG thumbnail of at most 160 x 120 of the first picture of `source`, a
+// file MagickCore reads by its name and content (a coder prefix such as
+// "TGA:" may lead), written to `png`: small pictures are enlarged by whole
+// pixels (at most 8 times), large ones shrunk smoothly. For the batch tool's
+// contact sheet, which shows the library's own outputs. False when the
+// picture cannot be read or written, or the build has no ImageMagick.
+bool MagickThumbnail(const std::string& source, const std::string& png);
 
 }  // namespace pix

@@ -10,8 +10,7 @@ extern "C" int pixMISC(const char* source, const char* target) {
   pix::CallScope scope(source);
   const pix::RouteMatch match = pix::LookUpRoute(source, target);
   const int n = pix::RunRoute(match, source, target);
-  const bool zeroIsSuccess = match.kind == pix::RouteMatch::Row && match.route->result == pix::Result::ZeroIsSuccess;
-  scope.finish(zeroIsSuccess ? n != 0 : n <= 0);
+  scope.finish(!pix::RouteSucceeded(match, n));
   return n;
 }
 

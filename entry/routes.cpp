@@ -326,6 +326,10 @@ RouteMatch LookUpRoute(const char* source, const char* target) {
   return m;
 }
 
+bool RouteSucceeded(const RouteMatch& match, int n) {
+  return match.kind == RouteMatch::Row && match.route->result == Result::ZeroIsSuccess ? n == 0 : n > 0;
+}
+
 ConverterChoice ChooseConverter(const Route& r, const char* source) {
   std::uint8_t b[5];
   switch (r.decision) {

@@ -52,6 +52,9 @@ struct RouteMatch {
   const Route* route = nullptr;  // for Row
 };
 RouteMatch LookUpRoute(const char* source, const char* target);
+// Whether result n of a matched conversion is a success: as a rule a number of
+// files written (above 0); a few rows return 0 for success.
+bool RouteSucceeded(const RouteMatch& match, int n);
 
 // The converter a row runs for this source, with its constant arguments;
 // rows 175 and 180 read the source's first bytes to decide.
