@@ -52,6 +52,19 @@ Image Image::toRgb(bool keepAlpha) const {
   return out;
 }
 
+const std::vector<Rgb>& PcColours() {
+  static const std::vector<Rgb> kColours = {
+      {0, 0, 0},          {0, 0, 0xAA},       {0, 0xAA, 0},       {0, 0xAA, 0xAA},    {0xAA, 0, 0},    {0xAA, 0, 0xAA},
+      {0xAA, 0x55, 0},    {0xAA, 0xAA, 0xAA}, {0x55, 0x55, 0x55}, {0x55, 0x55, 0xFF}, {0x55, 0xFF, 0x55},
+      {0x55, 0xFF, 0xFF}, {0xFF, 0x55, 0x55}, {0xFF, 0x55, 0xFF}, {0xFF, 0xFF, 0x55}, {0xFF, 0xFF, 0xFF}};
+  return kColours;
+}
+
+Rgb EgaColour(unsigned reg) {
+  auto part = [&](int strong, int weak) { return std::uint8_t(0xAA * ((reg >> strong) & 1) + 0x55 * ((reg >> weak) & 1)); };
+  return Rgb{part(2, 5), part(1, 4), part(0, 3)};
+}
+
 std::vector<Rgb> GreyRamp(int n) {
   std::vector<Rgb> p;
   for (int i = 0; i < n; ++i) {

@@ -53,6 +53,12 @@ struct Image {
 
 // A palette of n grey levels from black to white.
 std::vector<Rgb> GreyRamp(int n);
+// The 16 colours of the PC's text modes and default EGA palette (black, blue,
+// green, cyan, red, magenta, brown, light grey, then their bright forms).
+const std::vector<Rgb>& PcColours();
+// The colour an EGA palette register gives: bits 5..0 are r g b R G B, the
+// capitals the strong (0xAA) parts, the others the weak (0x55) ones.
+Rgb EgaColour(unsigned reg);
 
 // The shared writers. Each writes one whole file through the sink (a file or
 // memory, so both modes give the same bytes) and returns false when the
@@ -84,8 +90,8 @@ bool WriteGif(Sink& out, const Image& img);
 // global). False for anything that is not a readable GIF or whose size
 // CheckedSize refuses (checked before the pixels are allocated).
 bool ReadGif(const Bytes& data, Image& img);
-// Netpbm: P5 for indexed pictures whose palette is grey or empty (index as
-// grey level), P6 otherwise; P4 with pbm = true (index 0 white, others black).
+// Netpbm: P5 for indexed pictures whose palette is empty or maps each index
+// to that grey level, P6 otherwise; P4 with pbm = true (index 0 white, others black).
 bool WritePnm(Sink& out, const Image& img, bool pbm = false);
 // TIFF through libtiff, uncompressed: indexed as a palette picture, grey as
 // minimum-is-black, RGB and RGBA as RGB(A) strips.

@@ -62,12 +62,7 @@ bool ReadVersion1(const ByteReader& in, Image& img) {
   const std::size_t cells = std::size_t(cw) * ch;
   if (cells == 0 || cells > 256) return false;
   if (in.size() != 2 + 15 * cells + 70 && in.size() != 2 + 15 * cells) return false;
-  static constexpr std::uint32_t kText[16] = {0x000000, 0x0000AA, 0x00AA00, 0x00AAAA, 0xAA0000, 0xAA00AA,
-                                              0xAA5500, 0xAAAAAA, 0x555555, 0x5555FF, 0x55FF55, 0x55FFFF,
-                                              0xFF5555, 0xFF55FF, 0xFFFF55, 0xFFFFFF};
-  for (std::uint32_t c : kText)
-    img.palette.push_back(Rgb{static_cast<std::uint8_t>(c >> 16), static_cast<std::uint8_t>(c >> 8),
-                              static_cast<std::uint8_t>(c)});
+  img.palette = PcColours();
   img.bits = 4;
   if (!img.allocate(cw * 8, ch * 14, 1)) return false;
   for (std::size_t cell = 0; cell < cells; ++cell) {

@@ -1,6 +1,6 @@
-// Reading a Windows or OS/2 BMP file as the source of a converter that writes
-// some other format (OTB, PMS): uncompressed 1, 4, 8, 24 and 32 bits, and
-// 32 bits with bit-field masks, rows bottom-up or top-down.
+// Reading a Windows or OS/2 BMP file as the source of a converter (BMP to
+// OTB or PMS, and the bitmaps inside other containers): uncompressed 1, 4, 8,
+// 24 and 32 bits, and 32 bits with bit-field masks, rows bottom-up or top-down.
 #pragma once
 
 #include "common/files.h"

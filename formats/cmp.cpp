@@ -20,11 +20,6 @@
 namespace pix {
 namespace {
 
-const std::vector<Rgb> kEga = {
-    {0, 0, 0},          {0, 0, 0xAA},       {0, 0xAA, 0},       {0, 0xAA, 0xAA},    {0xAA, 0, 0},    {0xAA, 0, 0xAA},
-    {0xAA, 0x55, 0},    {0xAA, 0xAA, 0xAA}, {0x55, 0x55, 0x55}, {0x55, 0x55, 0xFF}, {0x55, 0xFF, 0x55},
-    {0x55, 0xFF, 0xFF}, {0xFF, 0x55, 0x55}, {0xFF, 0x55, 0xFF}, {0xFF, 0xFF, 0x55}, {0xFF, 0xFF, 0xFF}};
-
 bool ReadWestwood(const Bytes& data, Image& img) {
   ByteReader in(data);
   std::uint16_t size = in.u16le();
@@ -49,7 +44,7 @@ bool ReadWestwood(const Bytes& data, Image& img) {
     }
   }
   if (!img.allocate(320, 200, 1)) return false;
-  img.palette = kEga;
+  img.palette = PcColours();
   img.bits = 4;
   for (std::size_t k = 0; k < out.size(); ++k) {
     // Byte k: two pixels, the high nibble first; by rows, or by columns of bytes for type 2.

@@ -110,9 +110,7 @@ std::vector<Rgb> ReadPalette(ByteReader& in, unsigned type, int colours) {
   std::vector<Rgb> pal(256);
   if (type & 0x40) {  // EGA colour numbers
     for (int i = 0; i < colours; ++i) {
-      const unsigned e = in.u8();
-      auto ch = [&](int strong, int weak) { return std::uint8_t(0xAA * ((e >> strong) & 1) + 0x55 * ((e >> weak) & 1)); };
-      pal[std::size_t(i)] = Rgb{ch(2, 5), ch(1, 4), ch(0, 3)};
+      pal[std::size_t(i)] = EgaColour(in.u8());
     }
     return pal;
   }

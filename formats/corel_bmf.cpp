@@ -1,6 +1,6 @@
 // Corel Gallery clip art (".bmf", "@CorelBMF\n\r"): the preview, a packed
 // Windows DIB whose length stands at offset 65 and which starts at 69, is
-// written as a BMP of the same depth, in file or memory mode. The vector clip
+// written as a BMP of the same depth (24 bits for deeper ones), in file or memory mode. The vector clip
 // art is not rendered.
 #include <cstdint>
 #include <cstring>

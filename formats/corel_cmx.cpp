@@ -1,6 +1,6 @@
 // Corel Presentation Exchange drawings (".cmx": "RIFF" or "RIFX", form
 // "CMX1"): the preview picture of the "DISP" chunk (clipboard format 8 or 17
-// and a packed Windows DIB) is written as a BMP of the same depth, in file or
+// and a packed Windows DIB) is written as a BMP of the same depth (24 bits for deeper ones), in file or
 // memory mode. The drawing itself is not rendered.
 #include <cstdint>
 

@@ -2,7 +2,7 @@
 // (".qt2"): containers that carry a Windows bitmap, either a whole BMP file
 // (the native data of a Paintbrush object) or a packed DIB (a presentation
 // stream). The first valid BMP in the file, else the first valid DIB, is
-// written as a BMP of the same depth. Pictures are looked for as contiguous
+// written as a BMP of the same depth (24 bits for deeper ones). Pictures are looked for as contiguous
 // bytes: a picture split over non-consecutive compound-file sectors is not
 // reassembled.
 #include <cstdint>
@@ -23,10 +23,7 @@ bool BmpAt(const ByteReader& in, std::size_t at, Image& img) {
   const std::uint32_t size = in.u32leAt(at + 2), offset = in.u32leAt(at + 10);
   if (in.u32leAt(at + 6) != 0 || size < 26 || offset >= size || !in.has(at, size)) return false;
   if (DibLength(in.sub(at + 14, size - 14)) == 0) return false;
-  const ByteReader file = in.sub(at, size);
-  Bytes copy(size);
-  ByteReader(file).bytes(copy.data(), size);
-  return ReadBmpSource(copy, img);
+  return ReadBmpSource(in.sub(at, size), img);
 }
 
 bool DibAt(const ByteReader& in, std::size_t at, Image& img) {

@@ -1,5 +1,5 @@
-// GEM bit images (".img", Digital Research's GEM desktop): the monochrome
-// reader shared by the routes whose source is a GEM raster.
+// GEM bit images (".img", Digital Research's GEM desktop): the reader shared
+// by the routes whose source is a GEM raster.
 #pragma once
 
 #include "common/files.h"
@@ -10,7 +10,8 @@ namespace pix {
 // A GEM bit image (one to eight planes, the XIMG palette where there is
 // one) as an indexed picture. False when the header is not a GEM raster's or
 // the size is refused. A stream that ends early leaves the remaining lines
-// white.
+// index 0 (white with the default palettes); a height far beyond what the
+// data reaches is cut to the lines it codes.
 bool ReadGemImage(const Bytes& data, Image& img);
 
 }  // namespace pix

@@ -36,7 +36,6 @@ bool CopyMembers(const ByteReader& r, Series& series) {
     const std::uint64_t offset = r.u32leAt(16 + 8 * i), length = r.u32leAt(20 + 8 * i);
     if (offset < tableEnd || length == 0 || offset + length > r.size()) continue;
     const ByteReader member = r.sub(offset, length);
-    if (!IsPngSignature(member, 0)) continue;
     const std::size_t png = PngStreamLength(member, 0);
     if (png == 0) continue;
     const ByteReader stored = member.sub(0, png);

@@ -16,6 +16,7 @@
 #include "common/paths.h"
 #include "common/reader.h"
 #include "common/series.h"
+#include "formats/embedded_pictures.h"
 #include "formats/formats.h"
 
 namespace pix {
@@ -63,13 +64,6 @@ constexpr Embedded kEmbedded[] = {{"icp4", 16}, {"icp5", 32},  {"icp6", 64},  {"
                                   {"ic09", 512}, {"ic10", 1024}, {"ic11", 32}, {"ic12", 64},  {"ic13", 256},
                                   {"ic14", 512}, {"sb24", 24},  {"SB24", 48},  {"icsB", 36},  {"ic04", 16},
                                   {"ic05", 32},  {"icsb", 18}};
-
-bool IsPng(const ByteReader& d) {
-  static const std::uint8_t sig[8] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
-  for (std::size_t i = 0; i < 8; ++i)
-    if (!d.has(i, 1) || d.at(i) != sig[i]) return false;
-  return true;
-}
 
 bool IsJp2(const ByteReader& d) {
   return (d.u32beAt(0) == 12 && d.u32beAt(4) == 0x6A502020u) || d.u32beAt(0) == 0xFF4FFF51u;
@@ -216,8 +210,8 @@ int IcnsToPng(const ConvertCall& call) {
     if (duplicate) continue;
     bool known = false;
     for (const Embedded& e : kEmbedded) {
-      if (Type(e.type) != type || (!IsPng(data) && !IsJp2(data))) continue;
-      family.members.push_back({IsPng(data) ? Kind::Png : Kind::Jp2, type, e.side, e.side, data});
+      if (Type(e.type) != type || (!IsPngSignature(data, 0) && !IsJp2(data))) continue;
+      family.members.push_back({IsPngSignature(data, 0) ? Kind::Png : Kind::Jp2, type, e.side, e.side, data});
       known = true;
     }
     const Layout* layout = ClassicLayout(type);

@@ -14,9 +14,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include <zlib.h>
-
 #include "common/image.h"
+#include "common/inflate.h"
 #include "common/reader.h"
 #include "common/series.h"
 #include "formats/formats.h"
@@ -79,10 +78,9 @@ bool Inflated(const JifImage& jif, Image& img) {
   // Deflate packs at most about 1032 bytes into one: no larger picture can be in the data.
   if (std::uint64_t(jif.width) * jif.height > std::uint64_t(jif.data.size()) * kDeflateRatio) return false;
   if (!img.allocate(jif.width, jif.height, 1)) return false;
-  Bytes stored(img.pixels.size() + 1);
-  uLongf got = static_cast<uLongf>(stored.size());
-  if (uncompress(stored.data(), &got, jif.data.data(), static_cast<uLong>(jif.data.size())) != Z_OK ||
-      got != img.pixels.size())
+  Bytes stored;
+  if (!Inflate(jif.data.data(), jif.data.size(), kZlibStream, img.pixels.size() + 1, stored) ||
+      stored.size() != img.pixels.size())
     return false;
   std::uint32_t y = 0;
   static const std::uint32_t kStart[4] = {0, 4, 2, 1}, kStep[4] = {8, 8, 4, 2};

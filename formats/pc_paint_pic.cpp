@@ -13,9 +13,6 @@
 namespace pix {
 namespace {
 
-constexpr std::uint32_t kPc16[16] = {0x000000, 0x0000AA, 0x00AA00, 0x00AAAA, 0xAA0000, 0xAA00AA, 0xAA5500, 0xAAAAAA,
-                                     0x555555, 0x5555FF, 0x55FF55, 0x55FFFF, 0xFF5555, 0xFF55FF, 0xFFFF55, 0xFFFFFF};
-
 Rgb Hex(std::uint32_t v) { return Rgb{std::uint8_t(v >> 16), std::uint8_t(v >> 8), std::uint8_t(v)}; }
 
 // The colours a picture has without a palette of its own: black and white;
@@ -25,10 +22,10 @@ std::vector<Rgb> DefaultPalette(int colours, int cgaPalette = 1, int background 
   std::vector<Rgb> p;
   if (colours == 2) return {Hex(0x000000), Hex(0xFFFFFF)};
   if (colours == 4) {
-    if (cgaPalette == 0) return {Hex(kPc16[background & 15]), Hex(0x55FF55), Hex(0xFF5555), Hex(0xFFFF55)};
-    return {Hex(kPc16[background & 15]), Hex(0x55FFFF), Hex(0xFF55FF), Hex(0xFFFFFF)};
+    if (cgaPalette == 0) return {PcColours()[background & 15], Hex(0x55FF55), Hex(0xFF5555), Hex(0xFFFF55)};
+    return {PcColours()[background & 15], Hex(0x55FFFF), Hex(0xFF55FF), Hex(0xFFFFFF)};
   }
-  for (std::uint32_t v : kPc16) p.push_back(Hex(v));
+  p = PcColours();
   for (int i = 16; i < colours; ++i) {
     const auto g = static_cast<std::uint8_t>((i - 16) * 255 / 239);
     p.push_back(Rgb{g, g, g});
@@ -49,10 +46,9 @@ std::vector<Rgb> ReadPalette(const ByteReader& pal, int type, int colours) {
     for (std::size_t i = 0; i < pal.size() && i < p.size() && i < 16; ++i) {
       const unsigned v = pal.at(i);
       if (type == 2) {
-        p[i] = Hex(kPc16[v & 15]);
-      } else {  // EGA: bits 5..0 are r g b R G B, capitals the strong ones
-        auto ch = [&](int strong, int weak) { return std::uint8_t(0xAA * ((v >> strong) & 1) + 0x55 * ((v >> weak) & 1)); };
-        p[i] = Rgb{ch(2, 5), ch(1, 4), ch(0, 3)};
+        p[i] = PcColours()[v & 15];
+      } else {
+        p[i] = EgaColour(v);
       }
     }
   } else if (type == 4 || type == 5) {

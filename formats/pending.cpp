@@ -1,5 +1,5 @@
-// Placeholders for the converters not built yet that are not built yet: each recognises
-// nothing, writes nothing and returns 0.
+// Converters of formats known by name only, whose layout no description or
+// sample shows: each recognises nothing, writes nothing and returns 0.
 #include "formats/formats.h"
 
 namespace pix {

@@ -108,22 +108,21 @@ extern "C" int PGMtoASCII(const char* source, const char* target, int /*unused*/
     Bytes data;
     GreyPicture pic;
     if (!source || !ReadWholeFile(source, data) || !ReadPgm(data, pic)) return 0;
-    Sink out;
-    if (!out.open(target)) return 0;
-
     long long cols = 80, lines = 80;
     if (columns > 0 && rows > 0) {
       cols = columns;
       lines = rows;
     }
     if (CheckedSize(std::uint64_t(cols), std::uint64_t(lines), 1) == 0) return 0;  // grid too large
+    Sink out;
+    if (!out.open(target)) return 0;
     const std::string levels = chars ? chars : "";
     const long long n = static_cast<long long>(levels.size());
     std::string text;
     for (long long r = 0; r < lines; ++r) {
       for (long long c = 0; c < cols; ++c) {
         if (n == 0) continue;  // no characters: nothing for the cell
-        double v = std::pow(CellValue(pic, average != 0, r, c, lines, cols), 1.0);
+        double v = CellValue(pic, average != 0, r, c, lines, cols);
         if (v < 0) v = 0;
         if (v > 1) v = 1;
         if (invert) v = 1 - v;

@@ -37,13 +37,14 @@ int SddToJpeg(const ConvertCall& call) {
   Series series(call, "_%04d.jpg");
   int found = 0;
   CompoundFile cf;
-  const bool compound = cf.open(call.source);
-  if (compound)
+  if (cf.open(call.source)) {
     cf.forEachStream([&](const std::string&, const Bytes& stream) {
       ScanForJpegs(ByteReader(stream), series, found);
       return found < kMaxStoredPictures && !series.done();
     });
-  if (!compound && found == 0) ScanForJpegs(r, series, found);
+  } else {
+    ScanForJpegs(r, series, found);
+  }
   return series.finish();
 }
 

@@ -16,18 +16,8 @@
 namespace pix {
 namespace {
 
-constexpr std::uint32_t kPc[16] = {0x000000, 0x0000AA, 0x00AA00, 0x00AAAA, 0xAA0000, 0xAA00AA, 0xAA5500, 0xAAAAAA,
-                                   0x555555, 0x5555FF, 0x55FF55, 0x55FFFF, 0xFF5555, 0xFF55FF, 0xFFFF55, 0xFFFFFF};
-
 Rgb Pc(std::uint32_t c) {
   return Rgb{static_cast<std::uint8_t>(c >> 16), static_cast<std::uint8_t>(c >> 8), static_cast<std::uint8_t>(c)};
-}
-
-Rgb Ega(std::uint8_t v) {
-  auto ch = [&](int primary, int secondary) {
-    return static_cast<std::uint8_t>(0xAA * ((v >> primary) & 1) + 0x55 * ((v >> secondary) & 1));
-  };
-  return Rgb{ch(2, 5), ch(1, 4), ch(0, 3)};
 }
 
 // Old form: 16-bit codes; a short result stays zero (captures are often cut).
@@ -128,7 +118,7 @@ bool ReadNew(const ByteReader& in, Image& img) {
   if (!Unpack(in.sub(2048, in.size() - 2048), false, 0, raw)) return false;
   if (planes == 2) {
     const bool warm = (in.at(13) & 15) == 6;
-    const Rgb entries[4] = {Pc(kPc[in.at(14) & 15]), warm ? Pc(0x55FF55) : Pc(0x55FFFF),
+    const Rgb entries[4] = {PcColours()[in.at(14) & 15], warm ? Pc(0x55FF55) : Pc(0x55FFFF),
                             warm ? Pc(0xFF5555) : Pc(0xFF55FF), warm ? Pc(0xFFFF55) : Pc(0xFFFFFF)};
     static constexpr int kMap[4] = {3, 1, 2, 0};
     for (int v = 0; v < 4; ++v) img.palette.push_back(entries[kMap[v]]);
@@ -139,7 +129,7 @@ bool ReadNew(const ByteReader& in, Image& img) {
     const bool lines200 = mode == 0x01;
     for (int v = 0; v < 16; ++v) {
       const std::uint8_t reg = in.at(13 + static_cast<std::size_t>(lines200 ? kLow[v] : kHigh[v]));
-      img.palette.push_back(lines200 && reg == 6 ? Pc(0xAA5500) : Ega(reg));
+      img.palette.push_back(lines200 && reg == 6 ? Pc(0xAA5500) : EgaColour(reg));
     }
     img.bits = 4;
   }

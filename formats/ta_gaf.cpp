@@ -140,6 +140,7 @@ int GafToBmp(const ConvertCall& call) {
       if (!written.insert(frameAt).second || !DecodeFrame(file, frameAt, img)) continue;
       img.palette = palette;
       if (!series.add([&](Sink& s) { return WriteBmp(s, img, 8); })) return series.finish();  // output budget spent
+      if (series.done()) return series.finish();  // memory mode has its frame
     }
   }
   return series.finish();

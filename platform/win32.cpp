@@ -15,8 +15,8 @@
 namespace pix::platform {
 namespace {
 
-// Removes the private directory (and anything a crashed call left in it)
-// when the library is unloaded.
+// Removes the private directory (and the files a crashed call left at its
+// top) when the library is unloaded.
 struct PrivateDir {
   std::string path;
   ~PrivateDir() {

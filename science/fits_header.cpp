@@ -325,10 +325,7 @@ bool FitsWriteSbigHeader(FitsRecordWriter& w, const char* target, char* header, 
         break;
       }
       case Kind::Integer:
-        if (!after) {
-          if (i == 3 || i == 4) return false;
-          continue;
-        }
+        if (!after) continue;  // the size (cards 3 and 4) was checked above
         r = FitsPutCard(w, "%-9s %20s %s", e.keyword, Format("%20ld", TextToLong(after)).c_str(), e.comment);
         break;
       case Kind::Real: {

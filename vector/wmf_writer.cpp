@@ -2,11 +2,12 @@
 // box, units per inch, checksum), the 18-byte metafile header and 16-bit
 // records. A drawing is written in twips (1440 to the inch) when it fits the
 // 16-bit coordinates, else at half that scale until it does. Filled paths are
-// one POLYPOLYGON with a null pen and a solid brush, outlines one POLYLINE per
-// sub-path; curves are flattened to straight lines within kWmfFlatness logical
-// units. Text lines are TEXTOUT records in a font made for each. Every item
-// creates its pen, brush and font, selects them, draws and deletes them, so
-// the object table never holds more than three.
+// POLYPOLYGON records (as many polygons per record as fit) with a null pen
+// and a solid brush, outlines one POLYLINE per sub-path; curves are
+// flattened to straight lines within kWmfFlatness logical units. Text lines
+// are TEXTOUT records in a font made for each. Every item creates its pen,
+// brush and font, selects them, draws and deletes them, so the object table
+// never holds more than three.
 #include "vector/wmf_writer.h"
 
 #include <algorithm>
