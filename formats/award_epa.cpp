@@ -80,13 +80,14 @@ bool ReadVersion1(const ByteReader& in, Image& img) {
 }  // namespace
 
 int EpaToBmp(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 64u << 20)) return 0;
-  ByteReader in(data);
-  Image img;
-  const bool v2 = in.has(0, 8) && in.sub(0, 4).str(4) == "AWBM";
-  if (!(v2 ? ReadVersion2(in, img) : ReadVersion1(in, img))) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, img.bits == 8 ? 8 : 4); });
+  return ConvertWhole(
+      call,
+      [](const Bytes& data, Image& img) {
+        const ByteReader in(data);
+        const bool v2 = in.has(0, 8) && in.sub(0, 4).str(4) == "AWBM";
+        return v2 ? ReadVersion2(in, img) : ReadVersion1(in, img);
+      },
+      [](Sink& s, const Image& img) { return WriteBmp(s, img, img.bits == 8 ? 8 : 4); }, 64u << 20);
 }
 
 }  // namespace pix

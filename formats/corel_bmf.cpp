@@ -14,16 +14,16 @@
 namespace pix {
 
 int BmfToBmp(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 64u << 20)) return 0;
-  ByteReader in(data);
-  if (!in.has(0, 73) || std::memcmp(data.data(), "@CorelBMF\n\r", 11) != 0) return 0;
-  if (in.u32leAt(69) != 40) return 0;
-  const std::size_t length = in.u32leAt(65);
-  const ByteReader dib = in.sub(69, length < data.size() - 69 ? length : data.size() - 69);
-  Image img;
-  if (!ReadDib(dib, img) || img.width > 8192 || img.height > 8192) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, BmpDepthFor(img)); });
+  auto read = [](const Bytes& data, Image& img) {
+    const ByteReader in(data);
+    if (!in.has(0, 73) || std::memcmp(data.data(), "@CorelBMF\n\r", 11) != 0) return false;
+    if (in.u32leAt(69) != 40) return false;
+    const std::size_t length = in.u32leAt(65);
+    const ByteReader dib = in.sub(69, length < data.size() - 69 ? length : data.size() - 69);
+    return ReadDib(dib, img) && img.width <= 8192 && img.height <= 8192;
+  };
+  return ConvertWhole(
+      call, read, [](Sink& s, const Image& img) { return WriteBmp(s, img, BmpDepthFor(img)); }, 64u << 20);
 }
 
 }  // namespace pix

@@ -77,14 +77,14 @@ bool ReadHigh(ByteReader& in, Image& img) {
 }  // namespace
 
 int ArtToBmp(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 16u << 20)) return 0;
-  ByteReader in(data);
-  if (in.at(0) == 'J' && in.at(1) == 'G') return 0;  // "JG": the compressed online-service kind
-  Image img;
-  const bool high = in.u16leAt(0) == 0xFFFF;
-  if (!(high ? ReadHigh(in, img) : ReadStandard(in, img))) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, 1); });
+  return ConvertWhole(
+      call,
+      [](const Bytes& data, Image& img) {
+        ByteReader in(data);
+        if (in.at(0) == 'J' && in.at(1) == 'G') return false;  // "JG": the compressed online-service kind
+        return in.u16leAt(0) == 0xFFFF ? ReadHigh(in, img) : ReadStandard(in, img);
+      },
+      [](Sink& s, const Image& img) { return WriteBmp(s, img, 1); }, 16u << 20);
 }
 
 }  // namespace pix

@@ -150,12 +150,13 @@ bool Render(const Fmp& m, Image& img) {
 }  // namespace
 
 int MappyFmpToBmp(const ConvertCall& call) {
-  Bytes bytes;
-  if (!call.source || !ReadWholeFile(call.source, bytes)) return 0;
-  Fmp m;
-  Image img;
-  if (!ReadChunks(ByteReader(bytes), m) || !Render(m, img)) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, 24); });
+  return ConvertWhole(
+      call,
+      [](const Bytes& bytes, Image& img) {
+        Fmp m;
+        return ReadChunks(ByteReader(bytes), m) && Render(m, img);
+      },
+      [](Sink& s, const Image& img) { return WriteBmp(s, img, 24); });
 }
 
 }  // namespace pix

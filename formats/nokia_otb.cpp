@@ -81,20 +81,20 @@ bool Dark(Rgb c) { return (299u * c.r + 587u * c.g + 114u * c.b) / 1000u < 128u;
 }  // namespace
 
 int OtbNlmToBmp(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, kMaxSource)) return 0;
-  Image img;
-  const bool nlm = data.size() >= 4 && std::memcmp(data.data(), "NLM ", 4) == 0;
-  if (!(nlm ? ReadNlm(data, img) : ReadOtb(data, img))) return 0;
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, 1); });
+  return ConvertWhole(
+      call,
+      [](const Bytes& data, Image& img) {
+        const bool nlm = data.size() >= 4 && std::memcmp(data.data(), "NLM ", 4) == 0;
+        return nlm ? ReadNlm(data, img) : ReadOtb(data, img);
+      },
+      [](Sink& s, const Image& img) { return WriteBmp(s, img, 1); }, kMaxSource);
 }
 
 int BmpToOtb(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, std::size_t(1) << 30)) return 0;
-  Image img;
-  if (!ReadBmpSource(data, img) || img.width > 0xFFFF || img.height > 0xFFFF) return 0;
-  return WriteOne(call, [&](Sink& s) {
+  auto read = [](const Bytes& data, Image& img) {
+    return ReadBmpSource(data, img) && img.width <= 0xFFFF && img.height <= 0xFFFF;
+  };
+  return ConvertWhole(call, read, [](Sink& s, const Image& img) {
     const bool wide = img.width > 255 || img.height > 255;
     if (wide) {
       s.put8(0x10);

@@ -14,31 +14,30 @@
 
 namespace pix {
 
-int PppToPpm(const ConvertCall& call) {
+namespace {
+
+bool ReadPpp(const Bytes& data, Image& img) {
   static const char kBanner[] = "PABLO PACKED PICTURE: Groupe CDND \r\n";
-  Bytes data;
-  if (!ReadWholeFile(call.source, data, std::size_t(1) << 20)) return 0;
   ByteReader in(data);
-  if (in.str(36) != std::string(kBanner, 36)) return 0;
+  if (in.str(36) != std::string(kBanner, 36)) return false;
   std::uint32_t size = 0;
   int digits = 0;
   while (digits < 6 && in.at(in.pos()) >= '0' && in.at(in.pos()) <= '9') {
     size = size * 10 + (in.u8() - '0');
     ++digits;
   }
-  if (digits == 0 || digits > 5 || size > 65535 || in.u8() != '\r' || in.u8() != '\n') return 0;
+  if (digits == 0 || digits > 5 || size > 65535 || in.u8() != '\r' || in.u8() != '\n') return false;
   std::uint8_t resolution = in.u8(), compression = in.u8();
   std::uint16_t sizeWord = in.u16be();
-  if (in.bad() || sizeWord != size || resolution > 2 || compression != 0) return 0;
+  if (in.bad() || sizeWord != size || resolution > 2 || compression != 0) return false;
   std::uint16_t stPalette[16];
   for (std::uint16_t& w : stPalette) w = in.u16be();
-  if (in.bad()) return 0;
+  if (in.bad()) return false;
 
   static constexpr std::uint32_t kWidth[3] = {320, 640, 640}, kHeight[3] = {200, 200, 400};
   static constexpr int kPlanes[3] = {4, 2, 1};
   const int planes = kPlanes[resolution];
-  Image img;
-  if (!img.allocate(kWidth[resolution], kHeight[resolution], 1)) return 0;
+  if (!img.allocate(kWidth[resolution], kHeight[resolution], 1)) return false;
   img.bits = planes;
   for (int i = 0; i < (1 << planes); ++i) {
     std::uint16_t w = stPalette[i];
@@ -59,8 +58,14 @@ int PppToPpm(const ConvertCall& call) {
       }
     }
   }
-  Image rgb = img.toRgb();
-  return WriteOne(call, [&](Sink& s) { return WritePnm(s, rgb); });
+  return true;
+}
+
+}  // namespace
+
+int PppToPpm(const ConvertCall& call) {
+  return ConvertWhole(
+      call, ReadPpp, [](Sink& s, const Image& img) { return WritePnm(s, img.toRgb()); }, std::size_t(1) << 20);
 }
 
 }  // namespace pix

@@ -35,18 +35,14 @@ void Unpack(ByteReader in, Bytes& out) {
   }
 }
 
-}  // namespace
-
-int PdbToBmp(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 64u << 20)) return 0;
+bool ReadPdb(const Bytes& data, Image& img) {
   ByteReader in(data);
-  if (!in.has(0, kHeaderSize) || in.u16beAt(32) & 0x0001) return 0;
+  if (!in.has(0, kHeaderSize) || in.u16beAt(32) & 0x0001) return false;
   in.seek(60);
-  if (in.str(8) != "vIMGView") return 0;
+  if (in.str(8) != "vIMGView") return false;
   in.seek(76);
   const std::uint16_t records = in.u16be();
-  if (records == 0) return 0;
+  if (records == 0) return false;
   const std::uint32_t first = in.u32be();
   std::uint32_t end = static_cast<std::uint32_t>(data.size());
   if (records > 1) {
@@ -54,39 +50,45 @@ int PdbToBmp(const ConvertCall& call) {
     const std::uint32_t next = in.u32be();
     if (!in.bad() && next > first && next < end) end = next;
   }
-  if (in.bad() || first < kHeaderSize || first >= end) return 0;
+  if (in.bad() || first < kHeaderSize || first >= end) return false;
   ByteReader rec = in.sub(first, end - first);
-  if (!rec.has(0, kPictureHeader)) return 0;
+  if (!rec.has(0, kPictureHeader)) return false;
   const std::uint8_t compression = rec.at(32) & 0x07;
   const std::uint8_t type = rec.at(33);
   const int bits = type == 0 ? 2 : type == 2 ? 4 : 1;
   const std::uint32_t w = rec.u16beAt(54), h = rec.u16beAt(56);
-  if (compression > 1 || w == 0 || h == 0 || w > kMaxSide || h > kMaxSide) return 0;
+  if (compression > 1 || w == 0 || h == 0 || w > kMaxSide || h > kMaxSide) return false;
   const std::size_t stride = (std::size_t(w) * bits + 7) / 8;
   Bytes packed(stride * h, 0);
   ByteReader pixels = rec.sub(kPictureHeader, rec.size() - kPictureHeader);
   if (compression == 0) {
-    if (!pixels.has(0, packed.size())) return 0;
+    if (!pixels.has(0, packed.size())) return false;
     pixels.bytes(packed.data(), packed.size());
   } else {
-    if (pixels.size() == 0) return 0;
+    if (pixels.size() == 0) return false;
     Unpack(pixels, packed);
   }
-  Image img;
   const int levels = 1 << bits;
   for (int v = 0; v < levels; ++v) {
     const auto g = static_cast<std::uint8_t>(255 - v * 255 / (levels - 1));
     img.palette.push_back(Rgb{g, g, g});
   }
   img.bits = bits;
-  if (!img.allocate(w, h, 1)) return 0;
+  if (!img.allocate(w, h, 1)) return false;
   for (std::uint32_t y = 0; y < h; ++y)
     for (std::uint32_t x = 0; x < w; ++x) {
       const std::size_t bit = std::size_t(x) * bits;
       const std::uint8_t b = packed[y * stride + bit / 8];
       img.row(y)[x] = static_cast<std::uint8_t>((b >> (8 - bits - bit % 8)) & (levels - 1));
     }
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, 8); });
+  return true;
+}
+
+}  // namespace
+
+int PdbToBmp(const ConvertCall& call) {
+  return ConvertWhole(
+      call, ReadPdb, [](Sink& s, const Image& img) { return WriteBmp(s, img, 8); }, 64u << 20);
 }
 
 }  // namespace pix

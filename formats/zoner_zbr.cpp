@@ -14,18 +14,13 @@ namespace {
 
 constexpr std::size_t kPalette = 104, kPixels = 168, kSide = 100, kStride = 52;
 
-}  // namespace
-
-int ZbrToBmp(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data, 64u << 20)) return 0;
+bool ReadZbr(const Bytes& data, Image& img) {
   ByteReader in(data);
-  if (in.u16leAt(0) != 0x029A || !in.has(0, kPixels + kStride * kSide)) return 0;
-  Image img;
+  if (in.u16leAt(0) != 0x029A || !in.has(0, kPixels + kStride * kSide)) return false;
   for (std::size_t i = 0; i < 16; ++i)
     img.palette.push_back(Rgb{in.at(kPalette + i * 4 + 2), in.at(kPalette + i * 4 + 1), in.at(kPalette + i * 4)});
   img.bits = 4;
-  if (!img.allocate(kSide, kSide, 1)) return 0;
+  if (!img.allocate(kSide, kSide, 1)) return false;
   for (std::uint32_t y = 0; y < kSide; ++y) {
     const std::size_t row = kPixels + (kSide - 1 - y) * kStride;
     for (std::uint32_t x = 0; x < kSide; ++x) {
@@ -33,7 +28,14 @@ int ZbrToBmp(const ConvertCall& call) {
       img.row(y)[x] = x % 2 ? (b & 15) : (b >> 4);
     }
   }
-  return WriteOne(call, [&](Sink& s) { return WriteBmp(s, img, 4); });
+  return true;
+}
+
+}  // namespace
+
+int ZbrToBmp(const ConvertCall& call) {
+  return ConvertWhole(
+      call, ReadZbr, [](Sink& s, const Image& img) { return WriteBmp(s, img, 4); }, 64u << 20);
 }
 
 }  // namespace pix
