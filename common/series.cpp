@@ -5,18 +5,29 @@
 
 namespace pix {
 
-int WriteOne(const ConvertCall& call, const Encoder& encode) {
+namespace {
+
+// Encodes into the file at path; a file that could not be written whole is
+// removed.
+bool WriteFileAt(const char* path, const Encoder& encode) {
   Sink out;
+  if (!out.open(path)) return false;
+  bool good = encode(out);
+  good = out.close() && good;
+  if (!good) platform::DeleteFile(path);
+  return good;
+}
+
+}  // namespace
+
+int WriteOne(const ConvertCall& call, const Encoder& encode) {
   if (call.memoryMode()) {
+    Sink out;
     out.openMemory();
     if (!encode(out) || out.failed()) return 0;
     return out.release(call.out);
   }
-  if (!out.open(call.target)) return 0;
-  bool good = encode(out);
-  good = out.close() && good;
-  if (!good) platform::DeleteFile(call.target);
-  return good ? 1 : 0;
+  return WriteFileAt(call.target, encode) ? 1 : 0;
 }
 
 int ConvertWhole(const ConvertCall& call, const PictureDecoder& decode, const PictureWriter& write, std::size_t maxBytes) {
@@ -48,14 +59,7 @@ bool Series::add(const Encoder& encode) {
   }
   const std::string name = SiblingName(call_.target, call_.source, suffix_.c_str(), n);
   if (name.empty()) return false;
-  Sink out;
-  if (!out.open(name.c_str())) return false;
-  bool good = encode(out);
-  good = out.close() && good;
-  if (!good) {
-    platform::DeleteFile(name);
-    return false;
-  }
+  if (!WriteFileAt(name.c_str(), encode)) return false;
   ++written_;
   return true;
 }

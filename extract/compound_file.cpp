@@ -70,25 +70,9 @@ struct CompoundFile::Impl {
     return true;
   }
 
-  std::string name(libolecf_item_t* item) {
-    libolecf_error_t* error = nullptr;
-    std::size_t size = 0;
-    if (libolecf_item_get_utf8_name_size(item, &size, &error) != 1 || size == 0 || size > 4096) {
-      Drop(error);
-      return {};
-    }
-    std::string s(size, '\0');
-    if (libolecf_item_get_utf8_name(item, reinterpret_cast<std::uint8_t*>(s.data()), size, &error) != 1) {
-      Drop(error);
-      return {};
-    }
-    s.resize(std::strlen(s.c_str()));
-    return s;
-  }
-
   // False once the visitor asked to stop.
   bool walk(libolecf_item_t* storage, int depth,
-            const std::function<bool(const std::string&, const Bytes&)>& visit) {
+            const std::function<bool(const Bytes&)>& visit) {
     libolecf_error_t* error = nullptr;
     int count = 0;
     if (libolecf_item_get_number_of_sub_items(storage, &count, &error) != 1) {
@@ -111,7 +95,7 @@ struct CompoundFile::Impl {
         if (depth < kMaxDepth && !walk(sub.item, depth + 1, visit)) return false;
       } else if (type == LIBOLECF_ITEM_TYPE_STREAM) {
         Bytes data;
-        if (readItem(sub.item, data) && !visit(name(sub.item), data)) return false;
+        if (readItem(sub.item, data) && !visit(data)) return false;
       }
     }
     return true;
@@ -172,7 +156,7 @@ bool CompoundFile::readStream(const char* name, Bytes& out) {
   return impl_->readItem(item.item, out);
 }
 
-void CompoundFile::forEachStream(const std::function<bool(const std::string&, const Bytes&)>& visit) {
+void CompoundFile::forEachStream(const std::function<bool(const Bytes&)>& visit) {
   if (!impl_) return;
   libolecf_error_t* error = nullptr;
   ItemOwner root;

@@ -34,10 +34,10 @@ class CompoundFile {
   // it cannot be read whole.
   bool readStream(const char* name, Bytes& out);
 
-  // Every stream, storages walked depth first in the directory's order, with
-  // its name and bytes; `visit` returns false to stop. Streams that cannot be
+  // The bytes of every stream, storages walked depth first in the
+  // directory's order; `visit` returns false to stop. Streams that cannot be
   // read are passed over; the walk stops once the call's read budget is spent.
-  void forEachStream(const std::function<bool(const std::string& name, const Bytes& data)>& visit);
+  void forEachStream(const std::function<bool(const Bytes& data)>& visit);
 
  private:
   struct Impl;

@@ -205,7 +205,7 @@ struct Scan {
     CompoundFile file;
     if (!file.open(call.source)) return false;
     bool done = false;
-    file.forEachStream([&](const std::string&, const Bytes& data) {
+    file.forEachStream([&](const Bytes& data) {
       src.openMemory(data.data(), data.size());
       done = walk(true, result);
       return !done;

@@ -179,6 +179,14 @@ bool CopyStoredStreams(const ByteReader& r, std::string_view signature, StreamLe
   return true;
 }
 
+ByteReader FirstStoredStream(const ByteReader& r, std::string_view signature, StreamLength length) {
+  for (std::size_t at = FindBytes(r, 0, signature); at != kNotFound && ScanBudgetLeft();
+       at = FindBytes(r, at + 1, signature)) {
+    if (const std::size_t n = length(r, at)) return r.sub(at, n);
+  }
+  return ByteReader();
+}
+
 bool ScanBudgetLeft() {
   const CallScope* scope = CallScope::Current();
   return !scope || !scope->exceeded();

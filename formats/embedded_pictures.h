@@ -53,6 +53,10 @@ inline constexpr int kMaxStoredPictures = 10000;
 bool CopyStoredStreams(const ByteReader& r, std::string_view signature, StreamLength length, std::size_t minLength,
                        Series& series, int& found);
 
+// The first stream of one kind in r that `length` walks whole, or an empty
+// reader when there is none (or the read budget is spent first).
+ByteReader FirstStoredStream(const ByteReader& r, std::string_view signature, StreamLength length);
+
 // Walking candidates is charged to the call's read budget (as reading the
 // bytes walked over would be); scans stop once this turns false.
 bool ScanBudgetLeft();

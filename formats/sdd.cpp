@@ -38,7 +38,7 @@ int SddToJpeg(const ConvertCall& call) {
   int found = 0;
   CompoundFile cf;
   if (cf.open(call.source)) {
-    cf.forEachStream([&](const std::string&, const Bytes& stream) {
+    cf.forEachStream([&](const Bytes& stream) {
       ScanForJpegs(ByteReader(stream), series, found);
       return found < kMaxStoredPictures && !series.done();
     });

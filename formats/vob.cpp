@@ -32,15 +32,9 @@ int VobToGif(const ConvertCall& call) {
   FileWindow window(in);
   if (!window.load(0, kMarkerArea) || !HasMarker(window.reader())) return 0;
   if (!window.load(0, kGifArea)) return 0;
-  const ByteReader r = window.reader();
-  for (std::size_t at = FindBytes(r, 0, "GIF8"); at != kNotFound && ScanBudgetLeft();
-       at = FindBytes(r, at + 1, "GIF8")) {
-    const std::size_t length = GifStreamLength(r, at);
-    if (length == 0) continue;
-    const ByteReader gif = r.sub(at, length);
-    return WriteOne(call, [&](Sink& s) { return s.write(gif.data(), gif.size()); });
-  }
-  return 0;
+  const ByteReader gif = FirstStoredStream(window.reader(), "GIF8", GifStreamLength);
+  if (gif.size() == 0) return 0;
+  return WriteOne(call, [&](Sink& s) { return s.write(gif.data(), gif.size()); });
 }
 
 }  // namespace pix

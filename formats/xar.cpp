@@ -52,16 +52,6 @@ Span PreviewRecord(const ByteReader& head, std::uint64_t fileSize) {
   return {};
 }
 
-// The first GIF in the bytes whose structure holds together.
-ByteReader FirstGif(const ByteReader& r) {
-  for (std::size_t at = FindBytes(r, 0, "GIF8"); at != kNotFound && ScanBudgetLeft();
-       at = FindBytes(r, at + 1, "GIF8")) {
-    const std::size_t length = GifStreamLength(r, at);
-    if (length) return r.sub(at, length);
-  }
-  return ByteReader();
-}
-
 }  // namespace
 
 int XarToGif(const ConvertCall& call) {
@@ -82,7 +72,7 @@ int XarToGif(const ConvertCall& call) {
       if (length) gif = data.sub(0, length);
     }
   }
-  if (gif.size() == 0) gif = FirstGif(head.reader());
+  if (gif.size() == 0) gif = FirstStoredStream(head.reader(), "GIF8", GifStreamLength);
   if (gif.size() == 0) return 0;
   return WriteOne(call, [&](Sink& s) { return s.write(gif.data(), gif.size()); });
 }

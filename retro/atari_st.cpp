@@ -54,7 +54,8 @@ int Convert(const char* source, const char* target, unsigned char** out) {
   if ((resolution & 3) == 3) return 0;
   const Resolution& res = kResolutions[resolution & 3];
 
-  if (compressed && std::min(kScreenBytes, file.size() - dataAt) < 32) return 0;
+  const std::size_t n = std::min(kScreenBytes, file.size() - dataAt);  // the packed body and its 32 animation bytes
+  if (compressed && n < 32) return 0;
 
   const bool memory = target == nullptr || target[0] == '\0';
   Sink sink;
@@ -69,7 +70,6 @@ int Convert(const char* source, const char* target, unsigned char** out) {
   h.palette = palette;
 
   if (compressed) {
-    const std::size_t n = std::min(kScreenBytes, file.size() - dataAt);
     h.compression = 1;
     h.bodySize = static_cast<std::uint32_t>(n - 32);
     ilbm.header(h, memory);

@@ -3,6 +3,7 @@
 // as three 8-bit planes per line.
 #include <vector>
 
+#include "common/endian.h"
 #include "common/image.h"
 
 namespace pix {
@@ -32,15 +33,12 @@ bool WritePcx(Sink& out, const Image& img) {
   h[1] = 5;
   h[2] = 1;
   h[3] = 8;
-  h[8] = static_cast<std::uint8_t>((img.width - 1) & 0xFF);
-  h[9] = static_cast<std::uint8_t>((img.width - 1) >> 8);
-  h[10] = static_cast<std::uint8_t>((img.height - 1) & 0xFF);
-  h[11] = static_cast<std::uint8_t>((img.height - 1) >> 8);
+  PutLe16(h + 8, img.width - 1);
+  PutLe16(h + 10, img.height - 1);
   h[12] = 72;
   h[14] = 72;
   h[65] = static_cast<std::uint8_t>(planes);
-  h[66] = static_cast<std::uint8_t>(bytesPerLine & 0xFF);
-  h[67] = static_cast<std::uint8_t>(bytesPerLine >> 8);
+  PutLe16(h + 66, bytesPerLine);
   h[68] = 1;
   out.write(h, sizeof h);
   std::vector<std::uint8_t> plane(bytesPerLine), coded;
