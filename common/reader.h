@@ -130,4 +130,24 @@ class FileWindow {
   std::vector<std::uint8_t> bytes_;
 };
 
+// Unpacks PackBits (ByteRun1) codes from `in` into row[0, n): a count of 0
+// to 127 copies the next count + 1 bytes, -1 to -127 repeats the next byte
+// 1 - count times, -128 does nothing. A run past the row is cut; a literal
+// past it is read and dropped. Stops at the row's end or the input's.
+inline void UnpackBits(ByteReader& in, std::uint8_t* row, std::size_t n) {
+  std::size_t x = 0;
+  while (x < n && !in.atEnd()) {
+    const int count = in.s8();
+    if (count >= 0) {
+      for (int i = 0; i <= count; ++i) {
+        const std::uint8_t v = in.u8();
+        if (x < n) row[x++] = v;
+      }
+    } else if (count != -128) {
+      const std::uint8_t v = in.u8();
+      for (int i = 0; i < 1 - count && x < n; ++i) row[x++] = v;
+    }
+  }
+}
+
 }  // namespace pix

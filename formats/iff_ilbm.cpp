@@ -89,19 +89,7 @@ void ReadRow(ByteReader& body, bool packed, std::uint8_t* row, std::size_t rowBy
     body.bytes(row, rowBytes);
     return;
   }
-  std::size_t x = 0;
-  while (x < rowBytes && !body.atEnd()) {
-    const int n = body.s8();
-    if (n >= 0) {
-      for (int i = 0; i <= n; ++i) {
-        const std::uint8_t v = body.u8();
-        if (x < rowBytes) row[x++] = v;
-      }
-    } else if (n != -128) {
-      const std::uint8_t v = body.u8();
-      for (int i = 0; i < 1 - n && x < rowBytes; ++i) row[x++] = v;
-    }
-  }
+  UnpackBits(body, row, rowBytes);
 }
 
 std::vector<Rgb> ColourMap(const ByteReader& cmap) {

@@ -71,18 +71,7 @@ bool ReadRows(ByteReader in, const Rendition& r, Bytes& raw) {
         for (int k = 0; k < n && x < r.rowBytes; ++k) row[x++] = v;
       }
     } else if (r.compression == 2) {
-      while (x < r.rowBytes && !in.atEnd()) {
-        const std::int8_t n = in.s8();
-        if (n >= 0) {
-          for (int k = 0; k <= n; ++k) {
-            const std::uint8_t v = in.u8();
-            if (x < r.rowBytes) row[x++] = v;
-          }
-        } else if (n != -128) {
-          const std::uint8_t v = in.u8();
-          for (int k = 0; k < 1 - n && x < r.rowBytes; ++k) row[x++] = v;
-        }
-      }
+      UnpackBits(in, row, r.rowBytes);
     } else {
       return false;
     }
