@@ -60,11 +60,16 @@ int FrmToBmp(const ConvertCall& call) {
       const std::uint32_t w = file.u16beAt(at), h = file.u16beAt(at + 2);
       const std::size_t pixels = std::size_t(w) * h;
       if (pixels == 0 || areaEnd - at - kFrameHeader < pixels) break;  // the rest of this direction is missing
-      Image img;
-      if (!img.allocate(w, h, 1)) break;
-      img.palette = palette;
-      file.sub(at + kFrameHeader, pixels).bytes(img.pixels.data(), pixels);
-      if (!series.add([&](Sink& s) { return WriteBmp(s, img, 8); })) return series.finish();  // output budget spent
+      if (!series.wantsNext()) {  // memory mode: another frame is wanted
+        series.skip();
+      } else {
+        Image img;
+        if (!img.allocate(w, h, 1)) break;
+        img.palette = palette;
+        file.sub(at + kFrameHeader, pixels).bytes(img.pixels.data(), pixels);
+        if (!series.add([&](Sink& s) { return WriteBmp(s, img, 8); })) return series.finish();  // output budget spent
+        if (series.done()) return series.finish();
+      }
       at += kFrameHeader + pixels;
     }
   }

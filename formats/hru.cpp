@@ -5,28 +5,29 @@
 // first "GIF87a"/"GIF89a" stream giflib can read is written as the target
 // (its first picture). Returns 1 when written, 0 for anything else.
 #include <cstdint>
-#include <cstring>
+#include <string>
 
 #include "common/image.h"
+#include "common/reader.h"
 #include "common/series.h"
+#include "formats/embedded_pictures.h"
 #include "formats/formats.h"
 
 namespace pix {
 
 int HruToGif(const ConvertCall& call) {
-  Bytes data;
-  if (!call.source || !ReadWholeFile(call.source, data)) return 0;
-  Image img;
-  bool found = false;
-  int tries = 0;  // a few candidate signatures at most: each try reads the rest of the file
-  for (std::size_t at = 0; !found && tries < 16 && at + 6 <= data.size(); ++at) {
-    if (data[at] != 'G' || (std::memcmp(&data[at], "GIF87a", 6) != 0 && std::memcmp(&data[at], "GIF89a", 6) != 0))
-      continue;
-    ++tries;
-    found = ReadGif(Bytes(data.begin() + std::ptrdiff_t(at), data.end()), img);
-  }
-  if (!found) return 0;
-  return WriteOne(call, [&](Sink& out) { return WriteGif(out, img); });
+  auto read = [](const Bytes& data, Image& img) {
+    const ByteReader in(data);
+    int tries = 0;  // a few candidate signatures at most: each try reads the rest of the file
+    for (std::size_t at = FindBytes(in, 0, "GIF8"); at != kNotFound && tries < 16; at = FindBytes(in, at + 1, "GIF8")) {
+      const std::string sig = in.sub(at, 6).str(6);
+      if (sig != "GIF87a" && sig != "GIF89a") continue;
+      ++tries;
+      if (ReadGif(Bytes(data.begin() + std::ptrdiff_t(at), data.end()), img)) return true;
+    }
+    return false;
+  };
+  return ConvertWhole(call, read, [](Sink& out, const Image& img) { return WriteGif(out, img); });
 }
 
 }  // namespace pix
