@@ -69,7 +69,7 @@ constexpr CardEntry kCards[] = {
 };
 constexpr int kCardCount = sizeof kCards / sizeof kCards[0];
 static_assert(kCardCount == 36);
-constexpr int kExptime = 15, kEachsnap = 17, kDate = 6, kInstrument = 10;
+constexpr int kWidth = 3, kHeight = 4, kExptime = 15, kEachsnap = 17, kDate = 6, kInstrument = 10;
 
 // The camera wrote these programs with a 32-bit long: values saturate there.
 long TextToLong(const char* text) {
@@ -307,7 +307,7 @@ bool FitsWriteSbigHeader(FitsRecordWriter& w, const char* target, char* header, 
     }
   }
   if (!NormaliseDate(header, timeOffset)) return false;
-  for (int i : {3, 4})  // the picture's size: without it there is no FITS file to write
+  for (int i : {kWidth, kHeight})  // the picture's size: without it there is no FITS file to write
     if (!AfterKey(header, kCards[i].key)) return false;
   if (!w.out.open(target)) return false;
 
@@ -325,7 +325,7 @@ bool FitsWriteSbigHeader(FitsRecordWriter& w, const char* target, char* header, 
         break;
       }
       case Kind::Integer:
-        if (!after) continue;  // the size (cards 3 and 4) was checked above
+        if (!after) continue;  // the size (kWidth, kHeight) was checked above
         r = FitsPutCard(w, "%-9s %20s %s", e.keyword, Format("%20ld", TextToLong(after)).c_str(), e.comment);
         break;
       case Kind::Real: {
